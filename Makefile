@@ -1,0 +1,43 @@
+# Front door: every target installs what is missing first.
+BUILD    ?= build
+SAN_BUILD ?= build-sanitize
+BENCH_BUILD ?= build-bench
+PREFIX   ?= /usr/local
+JOBS     ?= $(shell nproc)
+CTEST    = ctest --output-on-failure -j$(JOBS)
+
+.PHONY: all deps build demo test test-sanitize bench install clean
+
+all: build
+
+deps:
+	@sh scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+	cmake --build $(BUILD) -j$(JOBS)
+
+demo: build
+	cd $(BUILD)/examples && ./qzm_demo
+
+test: build
+	cd $(BUILD) && $(CTEST)
+
+test-sanitize: deps
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DQZM_SANITIZE=ON -DQZM_BUILD_EXAMPLES=OFF
+	cmake --build $(SAN_BUILD) -j$(JOBS)
+	cd $(SAN_BUILD) && ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 \
+		UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 $(CTEST)
+
+bench: deps
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DQZM_BUILD_BENCH=ON \
+		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
+	cmake --build $(BENCH_BUILD) -j$(JOBS)
+	for b in $(BENCH_BUILD)/bench/qzm_*_bench; do $$b || exit 1; done
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+	-[ "$$(id -u)" -eq 0 ] && ldconfig
+
+clean:
+	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD)

@@ -1,0 +1,21 @@
+#include <qzm/io/internal/Bounds.h>
+
+#include <qzm/io/ResFile.h>
+
+namespace QZM::internal {
+
+uint32_t RemainingBytes(QZMResFile& file) {
+    int32_t here = file.GetPos();
+    file.SeekEnd();
+    int32_t end = file.GetPos();
+    // A seek back to the very end is refused by some streams; nothing is left to read then anyway.
+    file.Seek(here, 0);
+    return end > here && here >= 0 ? static_cast<uint32_t>(end - here) : 0;
+}
+
+bool FitsInStream(QZMResFile& file, uint32_t count, uint32_t unitSize) {
+    uint64_t needed = static_cast<uint64_t>(count) * unitSize;
+    return needed == 0 || needed <= RemainingBytes(file);
+}
+
+} // namespace QZM::internal

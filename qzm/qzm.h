@@ -1,0 +1,23 @@
+#pragma once
+// Everything a game needs from the library, in building order.
+
+#include <qzm/core/Log.h>
+#include <qzm/core/Math.h>
+#include <qzm/core/Parse.h>
+#include <qzm/core/Random.h>
+#include <qzm/core/String.h>
+#include <qzm/core/Version.h>
+
+#include <qzm/io/File.h>
+#include <qzm/io/MemFile.h>
+#include <qzm/io/PackFile.h>
+#include <qzm/io/ResFile.h>
+
+#include <qzm/resource/Resource.h>
+
+#include <qzm/data/Text.h>
+
+#include <qzm/gfx/Point.h>
+#include <qzm/gfx/RGBA.h>
+#include <qzm/gfx/Rect.h>
+#include <qzm/gfx/Vec3.h>

@@ -1,0 +1,97 @@
+#include <qzm/io/PackFile.h>
+
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+// A 200-byte file holding the bytes 0 to 199.
+class PackFileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string bytes;
+        for (int i = 0; i < 200; i++) bytes += char(i);
+        qzmtest::WriteFile(path, bytes);
+    }
+    qzmtest::TempDir dir;
+    std::string path = dir.file("pack.bin");
+};
+
+TEST_F(PackFileTest, TransfersStopAtTheRangeEnd) {
+    QZMPackFile f(path.c_str(), 100, 110, QZMResFile::READWRITE);
+    unsigned char buf[16];
+    EXPECT_EQ(f.Read(buf, 16), 10u);
+    EXPECT_EQ(buf[9], 109);
+    EXPECT_EQ(f.state, QZMResFile::ST_READ_AT_END);
+    EXPECT_TRUE(f.Eof());
+    f.Seek(5, 0);
+    // 105 + 0xFFFFFFFF wraps in 32 bits; the count must still be cut to 5.
+    EXPECT_EQ(f.Read(buf, 0xFFFFFFFF), 5u);
+    f.Seek(8, 0);
+    EXPECT_EQ(f.Write("xyz", 3), 2u);
+    EXPECT_EQ(f.state, QZMResFile::ST_WRITE_AT_END);
+    f.SeekEnd();
+    EXPECT_EQ(f.GetPos(), 10);
+    EXPECT_EQ(f.Read8(), 0);
+    f.Close();
+    EXPECT_EQ(qzmtest::ReadFile(path).substr(107, 4), std::string("\x6bxy\x6e"));
+}
+
+TEST_F(PackFileTest, SeekRules) {
+    QZMPackFile f(path.c_str(), 100, 110, QZMResFile::READ);
+    f.Read8();
+    EXPECT_TRUE(f.Seek(-3, 2)); // checked only: the position stays
+    EXPECT_EQ(f.GetPos(), 1);
+    EXPECT_TRUE(f.Seek(4, 1));
+    EXPECT_EQ(f.Read8(), 105);
+    EXPECT_FALSE(f.Seek(-7, 1));
+    for (int whence : {0, 1, 2}) EXPECT_FALSE(f.Seek(INT_MIN, whence));
+    EXPECT_FALSE(f.Seek(INT_MAX, 1));
+    EXPECT_EQ(f.GetPos(), 6);
+    // Bounded by the absolute end: 50 lands beyond the range, where reads meet the end.
+    EXPECT_TRUE(f.Seek(50, 0));
+    EXPECT_EQ(f.Read8(), 0);
+}
+
+TEST_F(PackFileTest, OpenClampsOrRefusesTheRange) {
+    qzmtest::LogCapture log;
+    QZMPackFile f(path.c_str(), 150, 0xFFFFFFFF, QZMResFile::READ);
+    EXPECT_EQ(f.end, 200u);
+    EXPECT_FALSE(f.Open(path.c_str(), 0xFFFFFF00, 0xFFFFFFFF, QZMResFile::READ));
+    EXPECT_FALSE(f.Open(path.c_str(), 20, 20, QZMResFile::READ));
+    EXPECT_FALSE(f.Open(path.c_str(), 0, 10, QZMResFile::APPEND));
+    std::string missing = dir.file("missing");
+    EXPECT_FALSE(f.Open(missing.c_str(), 0, 10, QZMResFile::WRITE));
+    EXPECT_FALSE(qzmtest::FileExists(missing));
+    EXPECT_EQ(log.text(), "PackFile: invalid offset (start=-256, end=200) " + path +
+                              "\nPackFile: invalid offset (start=20, end=20) " + path +
+                              "\nPackFile: bad open mode (" + path + ")\nPackFile: Can not open " +
+                              missing + " in mode 'r+'\n");
+    // Reopening with its own names, which Close() frees.
+    ASSERT_TRUE(f.Open(path.c_str(), 0, 10, QZMResFile::READ, "a"));
+    ASSERT_TRUE(f.Open(f.fileName, 0, 10, QZMResFile::READ, f.name));
+    EXPECT_STREQ(f.name, "a");
+}
+
+TEST_F(PackFileTest, GetLineCountsTheDelimiter) {
+    qzmtest::WriteFile(path, "--ab\ncd\r\nef--");
+    QZMPackFile f(path.c_str(), 2, 11, QZMResFile::READ);
+    char buf[80];
+    for (const char* line : {"ab", "cd"}) {
+        EXPECT_EQ(f.GetLine(buf, 80), 4u);
+        EXPECT_STREQ(buf, line);
+    }
+    EXPECT_EQ(f.GetLine(buf, 80), 3u); // ends with the range, before the file's "--"
+    EXPECT_STREQ(buf, "ef");
+    EXPECT_EQ(f.GetLine(buf, 80), 0u);
+
+    QZMString line;
+    f.SeekStart();
+    EXPECT_EQ(f.GetLine(line, 2), 2u);
+    EXPECT_STREQ(line.data, "ab");
+    EXPECT_EQ(f.GetLine(line), 1u);
+    EXPECT_EQ(f.GetLine(line), 4u);
+    EXPECT_STREQ(line.data, "cd");
+}
