@@ -9,10 +9,19 @@
 #include <qzm/core/Version.h>
 
 #include <qzm/io/File.h>
+#include <qzm/io/FileUtils.h>
 #include <qzm/io/MemFile.h>
 #include <qzm/io/PackFile.h>
 #include <qzm/io/ResFile.h>
 
+#include <qzm/archive/ArchPAK.h>
+#include <qzm/archive/ArchQZM.h>
+#include <qzm/archive/Archive.h>
+#include <qzm/archive/Dir.h>
+#include <qzm/archive/FileProvider.h>
+
+#include <qzm/resource/ResFinder.h>
+#include <qzm/resource/ResMgr.h>
 #include <qzm/resource/Resource.h>
 
 #include <qzm/data/Text.h>

@@ -1,6 +1,9 @@
-// The qzm demo: for now it shows the library's version and carries a string table
-// through the three kinds of stream a game loads from.
+// The qzm demo: it shows the library's version, carries a string table through the three
+// kinds of stream a game loads from, and packs its data into an archive that it loads back
+// through the resource manager.
 #include <qzm/qzm.h>
+
+#include "ArchiveDemo.h"
 
 #include <cstdio>
 #include <cstring>
@@ -72,7 +75,8 @@ int main() {
     for (unsigned i = 0; i < kLineCount; i++) table.SetString(i, kLines[i]);
     Show("original", table);
 
-    bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table);
+    bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
+              RunArchiveDemo(table);
     printf("%s\n", ok ? "all round trips matched" : "a round trip did not match");
     return ok ? 0 : 1;
 }

@@ -1,0 +1,70 @@
+#include <qzm/resource/internal/Loaders.h>
+
+#include <new>
+
+#include <qzm/data/Text.h>
+
+// The one place where the resource room reaches up into the rooms that define resources.
+// A slot whose class is not part of the library yet hands LoadInto a null object and so fails
+// like any loader that cannot read its file; wiring the class in means replacing Absent() by
+// a nothrow new of the object named above the slot.
+
+namespace {
+
+QZMResource* Absent() {
+    return nullptr;
+}
+
+QZMResource* LoadInto(QZMResource* fresh, QZMResFile* file, int format, bool keeps,
+                      bool& keepFile) {
+    keepFile = keeps;
+    if (!fresh) return nullptr;
+    if (fresh->Load(*file, format)) return fresh;
+    delete fresh;
+    return nullptr;
+}
+
+// Slot for an empty QZMImage(0, 0, 8).
+QZMResource* load_image(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, false, keepFile);
+}
+
+// Slot for QZMPal(0).
+QZMResource* load_pal(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, false, keepFile);
+}
+
+// Slot for QZMFont(nullptr).
+QZMResource* load_font(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, false, keepFile);
+}
+
+QZMResource* load_text(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(new (std::nothrow) QZMText(0), file, format, false, keepFile);
+}
+
+// Slot for a default QZMSound.
+QZMResource* load_sound(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, false, keepFile);
+}
+
+// Slot for a default QZMMusic, which keeps decoding from its stream while it plays and so
+// takes the stream over.
+QZMResource* load_music(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, true, keepFile);
+}
+
+// Slot for Q3DFont(nullptr).
+QZMResource* load_3dfont(QZMResFile* file, const char*, int format, bool& keepFile) {
+    return LoadInto(Absent(), file, format, false, keepFile);
+}
+
+} // namespace
+
+namespace QZM::internal {
+
+const QZMResMgr::Loader builtInLoaders[] = {load_image, load_pal,   load_font,  load_text,
+                                            load_sound, load_music, load_3dfont};
+const unsigned builtInLoaderCount = sizeof builtInLoaders / sizeof builtInLoaders[0];
+
+} // namespace QZM::internal

@@ -1,0 +1,119 @@
+#include <qzm/archive/ArchPAK.h>
+
+#include <qzm/io/ResFile.h>
+
+#include "tests/archive/ArchiveFixture.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <memory>
+
+using namespace qzmtest;
+
+namespace {
+
+std::string Record(const std::string& name, uint32_t start, uint32_t size) {
+    return Field(name, 56) + LE32(start) + LE32(size);
+}
+
+std::string Member(const QZMArchive& arch, const char* name) {
+    std::unique_ptr<QZMResFile> file(arch.OpenFile(name));
+    if (!file) return "<none>";
+    std::string bytes(64, '\0');
+    bytes.resize(file->Read(bytes.data(), unsigned(bytes.size())));
+    return bytes;
+}
+
+class ArchPAKTest : public ArchiveFixture {
+protected:
+    QZMArchPAK arch;
+    std::string path = dir.file("test.pak");
+};
+
+} // namespace
+
+TEST_F(ArchPAKTest, OpensWhatAnIndependentWriterMade) {
+    std::string command = "python3 " QZM_TEST_DATA "/archive/make_pak.py " + path +
+                          " maps/e1m1.bsp=level progs.dat=code sound/a.wav=noise";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    ASSERT_EQ(arch.NbFiles(), 3u);
+    EXPECT_STREQ(arch.FileName(0), "maps/e1m1.bsp");
+    EXPECT_EQ(arch.FileSize(2), 5u);
+    EXPECT_EQ(arch.FileDate(1), 0u);
+    EXPECT_EQ(Member(arch, "progs.dat"), "code");
+    EXPECT_EQ(Member(arch, "sound/a.wav"), "noise");
+    EXPECT_EQ(arch.dataEnd, 26u);
+}
+
+TEST_F(ArchPAKTest, CreateAddAndNameLimits) {
+    ASSERT_TRUE(arch.Create(path.c_str()));
+    EXPECT_EQ(ReadFile(path), Header("PACK", 12, 0));
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    EXPECT_EQ(arch.NbFiles(), 0u);
+    EXPECT_EQ(arch.dataEnd, 12u);
+
+    std::string name56(56, 'm'), name60(60, 'n');
+    EXPECT_EQ(arch.AddFile(Make("a", "first").c_str(), name56.c_str()), 0);
+    EXPECT_EQ(arch.AddFile(Make("b", "second").c_str(), name60.c_str()), 1);
+    EXPECT_TRUE(arch.UpdateFile(0, Make("c", "1st").c_str()));
+    EXPECT_EQ(ReadFile(path), Header("PACK", 21, 128) + "1stsecond" + Record(name56, 12, 3) +
+                                  Record(name60.substr(0, 56), 15, 6));
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    EXPECT_EQ(arch.FileName(0), name56);
+}
+
+TEST_F(ArchPAKTest, DirectoryBeforeTheDataMovesBehindIt) {
+    // dirLength 130: two records and 2 ignored bytes, then the data.
+    WriteFile(path, Header("PACK", 12, 130) + Record("one", 142, 3) + Record("two", 145, 2) + "zz" +
+                        "11122");
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    ASSERT_EQ(arch.NbFiles(), 2u);
+    EXPECT_EQ(arch.dataEnd, 147u);
+    EXPECT_EQ(Member(arch, "two"), "22");
+    EXPECT_EQ(arch.AddFile(Make("three", "333").c_str(), nullptr), 2);
+    std::string bytes = ReadFile(path);
+    EXPECT_EQ(bytes.substr(0, 12), Header("PACK", 150, 192));
+    EXPECT_EQ(bytes.substr(147), "333" + Record("one", 142, 3) + Record("two", 145, 2) +
+                                     Record("three", 147, 3));
+}
+
+TEST_F(ArchPAKTest, CreateKeepsTheOldDirectory) {
+    WriteFile(path, Header("PACK", 15, 64) + "abc" + Record("x", 12, 3));
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    std::string other = dir.file("other.pak");
+    ASSERT_TRUE(arch.Create(other.c_str()));
+    EXPECT_EQ(arch.NbFiles(), 1u);
+    EXPECT_EQ(arch.Name(), other);
+}
+
+TEST_F(ArchPAKTest, MalformedDirectories) {
+    auto opens = [&](const std::string& bytes) {
+        WriteFile(path, bytes);
+        QZMArchPAK a;
+        return a.Open(path.c_str());
+    };
+    EXPECT_FALSE(opens("PACK"));
+    EXPECT_FALSE(opens(Header("PACK", 0xFFFFFFF0, 64)));
+    EXPECT_FALSE(opens(Header("PACK", 12, 128) + Record("a", 0, 0)));
+    EXPECT_TRUE(opens(Header("PACK", 12, 63) + std::string(63, 'q')));
+
+    // Ends past the file or past 32 bits: the archive opens, those members do not.
+    WriteFile(path, Header("PACK", 12, 128) + Record(std::string(56, 'L'), 0xFFFFFFF0, 0x20) +
+                        Record("b", 12, 1000));
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    EXPECT_EQ(arch.dataEnd, 0xFFFFFFFFu);
+    EXPECT_EQ(arch.FileName(0), std::string(56, 'L'));
+    EXPECT_EQ(arch.OpenResFile(0), nullptr);
+    EXPECT_EQ(arch.OpenResFile(1), nullptr);
+    EXPECT_EQ(arch.AddFile(Make("c", "data").c_str(), nullptr), -1);
+    EXPECT_FALSE(arch.RemoveFile(0));
+
+    // Names that would leave the target directory are not extracted.
+    WriteFile(path, Header("PACK", 13, 128) + "e" + Record("../up", 12, 1) + Record("a/../../b", 12, 1));
+    ASSERT_TRUE(arch.Open(path.c_str()));
+    mkdir(dir.file("out").c_str(), 0700);
+    EXPECT_TRUE(arch.ExtractAll(dir.file("out").c_str()));
+    EXPECT_FALSE(FileExists(dir.file("up")) || FileExists(dir.file("b")));
+}

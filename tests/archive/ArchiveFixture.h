@@ -1,0 +1,66 @@
+#pragma once
+// Byte builders for hand-made archive layouts and a fixture that works inside a temporary
+// directory (archive edits put their temporary file in the current directory).
+#include "tests/support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include <csignal>
+#include <cstdint>
+#include <string>
+
+namespace qzmtest {
+
+inline std::string LE32(uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }
+
+/// name followed by zeros up to width bytes.
+inline std::string Field(const std::string& name, size_t width) {
+    return name + std::string(width - name.size(), '\0');
+}
+
+inline std::string Header(const char* magic, uint32_t dirOffset, uint32_t third) {
+    return magic + LE32(dirOffset) + LE32(third);
+}
+
+/// Writes of any file stop at `bytes` while alive, as on a full disk.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &old);
+        rlimit limited = old;
+        limited.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &old); }
+
+private:
+    rlimit old;
+};
+
+class ArchiveFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(getcwd(oldDir, sizeof oldDir), nullptr);
+        ASSERT_EQ(chdir(dir.path().c_str()), 0);
+    }
+    void TearDown() override { ASSERT_EQ(chdir(oldDir), 0); }
+
+    /// Writes a file in the temporary directory with the given modification time; returns its path.
+    std::string Make(const std::string& name, const std::string& bytes, time_t date = 1000000000) {
+        std::string path = dir.file(name);
+        WriteFile(path, bytes);
+        utimbuf times = {date, date};
+        utime(path.c_str(), &times);
+        return path;
+    }
+
+    TempDir dir;
+    char oldDir[4096];
+};
+
+} // namespace qzmtest
