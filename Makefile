@@ -2,11 +2,13 @@
 BUILD    ?= build
 SAN_BUILD ?= build-sanitize
 BENCH_BUILD ?= build-bench
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 30
 PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sanitize bench install clean
+.PHONY: all deps build demo test test-sanitize bench fuzz install clean
 
 all: build
 
@@ -35,9 +37,16 @@ bench: deps
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
 	for b in $(BENCH_BUILD)/bench/qzm_*_bench; do $$b || exit 1; done
 
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DQZM_BUILD_FUZZ=ON -DQZM_SANITIZE=ON -DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF \
+		-DQZM_BUILD_TOOLS=OFF
+	cmake --build $(FUZZ_BUILD) -j$(JOBS)
+	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 	-[ "$$(id -u)" -eq 0 ] && ldconfig
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)

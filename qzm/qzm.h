@@ -24,9 +24,17 @@
 #include <qzm/resource/ResMgr.h>
 #include <qzm/resource/Resource.h>
 
+#include <qzm/data/ConfigMgr.h>
+#include <qzm/data/LangSource.h>
+#include <qzm/data/Score.h>
 #include <qzm/data/Text.h>
+#include <qzm/data/Translator.h>
 
+#include <qzm/gfx/Font.h>
+#include <qzm/gfx/Image.h>
+#include <qzm/gfx/Pal.h>
 #include <qzm/gfx/Point.h>
 #include <qzm/gfx/RGBA.h>
 #include <qzm/gfx/Rect.h>
 #include <qzm/gfx/Vec3.h>
+#include <qzm/gfx/codec/Codecs.h>

@@ -3,7 +3,7 @@
 set -eu
 
 packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev
-libgtest-dev libbenchmark-dev libsdl-image1.2-dev xvfb xauth"
+libgtest-dev libbenchmark-dev libsdl-image1.2-dev xvfb xauth clang libclang-rt-14-dev"
 
 missing=""
 for p in $packages; do

@@ -1,9 +1,10 @@
 #include "ArchiveDemo.h"
 
+#include "Tables.h"
+
 #include <qzm/qzm.h>
 
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
@@ -28,15 +29,6 @@ bool PackArchive() {
     return true;
 }
 
-bool SameTable(const QZMText& a, const QZMText& b) {
-    if (a.size != b.size) return false;
-    for (unsigned i = 0; i < a.size; i++) {
-        if (!a.strings[i] != !b.strings[i]) return false;
-        if (a.strings[i] && strcmp(a.strings[i], b.strings[i]) != 0) return false;
-    }
-    return true;
-}
-
 } // namespace
 
 bool RunArchiveDemo(const QZMText& table) {
@@ -55,7 +47,7 @@ bool RunArchiveDemo(const QZMText& table) {
            again == strings ? "one object" : "two objects", credits->Length());
     for (unsigned i = 0; i < credits->size; i++)
         if (credits->strings[i]) printf("  %s\n", credits->strings[i]);
-    bool same = SameTable(table, *strings);
+    bool same = SameStrings(table, *strings);
 
     manager.Release("strings.qzmt");
     manager.Release("strings.qzmt");

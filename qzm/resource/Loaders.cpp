@@ -3,6 +3,9 @@
 #include <new>
 
 #include <qzm/data/Text.h>
+#include <qzm/gfx/Font.h>
+#include <qzm/gfx/Image.h>
+#include <qzm/gfx/Pal.h>
 
 // The one place where the resource room reaches up into the rooms that define resources.
 // A slot whose class is not part of the library yet hands LoadInto a null object and so fails
@@ -24,19 +27,16 @@ QZMResource* LoadInto(QZMResource* fresh, QZMResFile* file, int format, bool kee
     return nullptr;
 }
 
-// Slot for an empty QZMImage(0, 0, 8).
 QZMResource* load_image(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) QZMImage(0, 0, 8), file, format, false, keepFile);
 }
 
-// Slot for QZMPal(0).
 QZMResource* load_pal(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) QZMPal(0u), file, format, false, keepFile);
 }
 
-// Slot for QZMFont(nullptr).
 QZMResource* load_font(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) QZMFont(nullptr), file, format, false, keepFile);
 }
 
 QZMResource* load_text(QZMResFile* file, const char*, int format, bool& keepFile) {

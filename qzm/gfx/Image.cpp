@@ -1,0 +1,766 @@
+#include <qzm/gfx/Image.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+#include <qzm/core/Log.h>
+#include <qzm/gfx/Font.h>
+#include <qzm/gfx/codec/Codecs.h>
+
+namespace {
+
+using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned int&, unsigned int&, QZMPal**,
+                        unsigned short&);
+using Writer = bool (*)(QZMResFile&, QZMImage&);
+
+struct ImageCodec {
+    Loader load;
+    Writer save;
+};
+
+// Indexed by format code. Code 0 loads undetected data as PCX; its writer is chosen by depth.
+const ImageCodec g_codecs[] = {
+    {Load_PCX, nullptr},  // 0
+    {Load_BMP, Save_BMP}, // 1
+    {Load_PCX, Save_PCX}, // 2
+    {nullptr, nullptr},   // 3 GIF
+    {nullptr, nullptr},   // 4 TGA
+    {nullptr, nullptr},   // 5 TGA RLE
+    {Load_FONT, nullptr}, // 6
+};
+const int kCodecCount = sizeof(g_codecs) / sizeof(g_codecs[0]);
+const int kSavePCX = 2;
+const int kSaveTGARLE = 5;
+
+// The clipping rectangle bounded by the image, so that fields set by hand never let a write out.
+struct Box {
+    int64_t x1, y1, x2, y2;
+
+    bool Contains(int64_t x, int64_t y) const { return x >= x1 && x <= x2 && y >= y1 && y <= y2; }
+    bool Meets(int64_t left, int64_t top, int64_t right, int64_t bottom) const {
+        return right >= x1 && left <= x2 && bottom >= y1 && top <= y2;
+    }
+};
+
+Box ClipBox(const QZMImage& img) {
+    return Box{std::max<int64_t>(img.clipX1, 0), std::max<int64_t>(img.clipY1, 0),
+               std::min<int64_t>(img.clipX2, int64_t(img.width) - 1),
+               std::min<int64_t>(img.clipY2, int64_t(img.height) - 1)};
+}
+
+// Clips the run start .. start + len - 1 to [lo, hi]; false when nothing is left.
+bool ClipRun(int64_t start, int64_t len, int64_t lo, int64_t hi, int64_t& from, int64_t& count) {
+    from = std::max(start, lo);
+    count = std::min(start + len - 1, hi) - from + 1;
+    return count > 0;
+}
+
+// One axis of a block transfer: the destination to [lo, hi], the source to [0, srcSize).
+bool ClipBlockAxis(int64_t& to, int64_t& from, int64_t& len, int64_t lo, int64_t hi,
+                   int64_t srcSize) {
+    if (to < lo) {
+        len -= lo - to;
+        from += lo - to;
+        to = lo;
+    }
+    if (from + len > srcSize) len = srcSize - from;
+    if (to + len - 1 > hi) len = hi - to + 1;
+    return len > 0;
+}
+
+uint8_t* AllocPixels(uint64_t bytes) {
+    if (bytes > 0xFFFFFFFFu || bytes > SIZE_MAX) return nullptr;
+    return new (std::nothrow) uint8_t[static_cast<size_t>(bytes)];
+}
+
+bool IsDepth(unsigned bpp) {
+    return bpp == 8 || bpp == 15 || bpp == 16 || bpp == 24 || bpp == 32;
+}
+
+// The colour's bytes in put order, as a native word whatever the host's byte order.
+template <class Word> Word PatternWord(unsigned color, unsigned pixelBytes) {
+    uint8_t bytes[sizeof(Word)];
+    for (unsigned i = 0; i < sizeof(Word); ++i)
+        bytes[i] = static_cast<uint8_t>(color >> (8 * (i % pixelBytes)));
+    Word word;
+    std::memcpy(&word, bytes, sizeof(Word));
+    return word;
+}
+
+// wmemset is the C library's tuned 32-bit fill; rows of 4-byte multiples are 4-byte aligned.
+void Fill32(uint8_t* row, size_t words, uint32_t word) {
+    if constexpr (sizeof(wchar_t) == 4) {
+        wchar_t wide;
+        std::memcpy(&wide, &word, 4);
+        std::wmemset(reinterpret_cast<wchar_t*>(row), wide, words);
+    } else {
+        for (size_t i = 0; i < words; ++i) std::memcpy(row + 4 * i, &word, 4);
+    }
+}
+
+// Two pixels per 32-bit word once the row is word aligned.
+void Fill16(uint8_t* row, unsigned count, unsigned color) {
+    uint16_t half = PatternWord<uint16_t>(color, 2);
+    if (count && reinterpret_cast<uintptr_t>(row) % 4) {
+        std::memcpy(row, &half, 2);
+        row += 2;
+        --count;
+    }
+    Fill32(row, count / 2, PatternWord<uint32_t>(color, 2));
+    if (count % 2) std::memcpy(row + 2 * (count - 1), &half, 2);
+}
+
+// Sixteen pixels (48 bytes) per step up to one L1-sized chunk; longer runs (whole rows of a
+// rectangle) then copy that chunk onward.
+void Fill24(uint8_t* row, unsigned count, unsigned color) {
+    const size_t chunk = 3 * 1024;
+    size_t total = size_t(count) * 3;
+    uint8_t pattern[48];
+    for (unsigned i = 0; i < 48; ++i) pattern[i] = static_cast<uint8_t>(color >> (8 * (i % 3)));
+    size_t head = std::min(total, chunk);
+    size_t i = 0;
+    for (; i + 48 <= head; i += 48) std::memcpy(row + i, pattern, 48);
+    std::memcpy(row + i, pattern, head - i);
+    for (size_t done = head; done < total; done += chunk)
+        std::memcpy(row + done, row, std::min(chunk, total - done));
+}
+
+// Put rule over count pixels.
+void FillRow(const QZMImage& img, uint8_t* row, unsigned count, unsigned color) {
+    if (img.bpp == 8 || color == 0) {
+        std::memset(row, color & 0xFF, size_t(count) * img.BytesPerPixel());
+        return;
+    }
+    switch (img.bpp) {
+    case 15:
+    case 16: Fill16(row, count, color); break;
+    case 24: Fill24(row, count, color); break;
+    case 32: Fill32(row, count, PatternWord<uint32_t>(color, 4)); break;
+    }
+}
+
+// Xor rule over count pixels: a real xor at 8 bits, a complement of every byte elsewhere.
+void XorRow(const QZMImage& img, uint8_t* row, unsigned count, unsigned color) {
+    if (img.bpp == 8) {
+        uint8_t key = static_cast<uint8_t>(color);
+        for (unsigned i = 0; i < count; ++i) row[i] ^= key;
+        return;
+    }
+    if (!IsDepth(img.bpp)) return;
+    size_t bytes = size_t(count) * img.BytesPerPixel();
+    for (size_t i = 0; i < bytes; ++i) row[i] = static_cast<uint8_t>(~row[i]);
+}
+
+void DrawRows(QZMImage& img, int64_t x, int64_t y, int64_t w, int64_t h, unsigned color,
+              QZMImage::DrawMode mode) {
+    uint8_t* row = img.pixels + y * img.pitch + x * img.BytesPerPixel();
+    // Whole rows are one contiguous run: fill them in one call.
+    if (uint64_t(w) * img.BytesPerPixel() == img.pitch && uint64_t(w) * h <= 0xFFFFFFFFu) {
+        w *= h;
+        h = 1;
+    }
+    for (int64_t i = 0; i < h; ++i, row += img.pitch) {
+        if (mode)
+            XorRow(img, row, unsigned(w), color);
+        else
+            FillRow(img, row, unsigned(w), color);
+    }
+}
+
+// A horizontal run in 64-bit coordinates, so that circle spans never overflow.
+void Span(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
+          QZMImage::DrawMode mode) {
+    if (!img.pixels) return;
+    Box box = ClipBox(img);
+    int64_t from, count;
+    if (y < box.y1 || y > box.y2 || !ClipRun(x, len, box.x1, box.x2, from, count)) return;
+    uint8_t* row = img.pixels + y * img.pitch + from * img.BytesPerPixel();
+    if (mode)
+        XorRow(img, row, unsigned(count), color);
+    else
+        FillRow(img, row, unsigned(count), color);
+}
+
+// Plots single points; the per-point test is dropped when the whole figure is inside.
+struct Plotter {
+    QZMImage& img;
+    Box box;
+    unsigned color;
+    QZMImage::DrawMode mode;
+    bool check;
+
+    void operator()(int64_t x, int64_t y) const {
+        if (check && !box.Contains(x, y)) return;
+        unsigned offset = unsigned(y * img.pitch + x * img.BytesPerPixel());
+        if (mode)
+            img.FastXor(offset, color);
+        else
+            img.FastPut(offset, color);
+    }
+};
+
+// The vertical counterpart of Span.
+void Column(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
+            QZMImage::DrawMode mode) {
+    if (!img.pixels) return;
+    Box box = ClipBox(img);
+    int64_t from, count;
+    if (x < box.x1 || x > box.x2 || !ClipRun(y, len, box.y1, box.y2, from, count)) return;
+    Plotter plot{img, box, color, mode, false};
+    for (int64_t i = 0; i < count; ++i) plot(x, from + i);
+}
+
+// Midpoint circle over one octant: step(x, y) each column, diagonal(x, y) before y decreases.
+template <class Step, class Diagonal> void WalkCircle(int r, Step step, Diagonal diagonal) {
+    int64_t x = 0, y = r, d = 1 - int64_t(r), dE = 3, dSE = 5 - 2 * int64_t(r);
+    while (x <= y) {
+        step(x, y);
+        if (d < 0) {
+            d += dE;
+            dE += 2;
+            dSE += 2;
+        } else {
+            diagonal(x, y);
+            d += dSE;
+            dE += 2;
+            dSE += 4;
+            --y;
+        }
+        ++x;
+    }
+}
+
+// Channel values of a gradient: truncation after adding 0.5 to the start; the step is single
+// precision.
+class GradientSteps {
+public:
+    GradientSteps(unsigned color1, unsigned color2, int64_t n, bool paletted) : paletted(paletted) {
+        int channels = paletted ? 1 : 3;
+        for (int k = 0; k < channels; ++k) {
+            double a = paletted ? double(color1) : double((color1 >> (8 * k)) & 0xFF);
+            double b = paletted ? double(color2) : double((color2 >> (8 * k)) & 0xFF);
+            value[k] = a + 0.5;
+            step[k] = n > 1 ? float((b - a) / double(n - 1)) : 0.0f;
+        }
+    }
+
+    unsigned Next() {
+        unsigned color;
+        if (paletted) {
+            color = unsigned(int64_t(value[0]) & 0xFF);
+            value[0] += step[0];
+            return color;
+        }
+        color = 0xFF000000u;
+        for (int k = 0; k < 3; ++k) {
+            color |= unsigned(int64_t(value[k]) & 0xFF) << (8 * k);
+            value[k] += step[k];
+        }
+        return color;
+    }
+
+private:
+    bool paletted;
+    double value[3] = {};
+    float step[3] = {};
+};
+
+// Shared by DrawText and DrawTextEx; colorOf maps a non-zero glyph byte to a colour.
+template <class ColorOf>
+void DrawGlyphs(QZMImage& img, int x, int y, const char* text, const QZMFont& font, FontAlign align,
+                int len, ColorOf colorOf) {
+    Box box = ClipBox(img);
+    if (!text || !img.pixels || x > box.x2) return;
+    int64_t base = align == ALIGN_TOP      ? int64_t(y) + font.ascent - 1
+                   : align == ALIGN_BOTTOM ? int64_t(y) - font.descent
+                                           : int64_t(y);
+    if (base - font.ascent > box.y2 || base + font.descent < box.y1) return;
+    size_t count = len < 0 ? std::strlen(text) : size_t(len);
+    size_t sheetPitch = size_t((font.bpp + 7) >> 3) * font.width;
+    size_t sheetSize = size_t(font.width) * font.height;
+    int64_t px = x;
+    for (size_t i = 0; i < count && text[i] && px <= box.x2; ++i) {
+        unsigned c = static_cast<unsigned char>(text[i]);
+        if (c == ' ') {
+            px += font.white + font.spacing;
+            continue;
+        }
+        if (c == '\t') {
+            px += 8 * font.white + font.spacing;
+            continue;
+        }
+        if (c < font.first || c > font.last || !font.chars) {
+            px += font.spacing;
+            continue;
+        }
+        const QZMChar& g = font.chars[c - font.first];
+        int64_t top = base + g.below - g.height + 1;
+        int64_t bottom = base + g.below;
+        if (g.width == 0 || px + g.width <= box.x1 || bottom < box.y1 || top > box.y2) {
+            px += g.width + font.spacing;
+            continue;
+        }
+        int64_t left = std::max(px, box.x1);
+        int64_t right = std::min(px + g.width - 1, box.x2);
+        int64_t skip = left - px;
+        for (int64_t row = std::max(top, box.y1); row <= std::min(bottom, box.y2); ++row) {
+            size_t src = size_t(g.y + (row - top)) * sheetPitch + g.x + size_t(skip);
+            unsigned dst = unsigned(row * img.pitch + left * img.BytesPerPixel());
+            for (int64_t col = left; col <= right; ++col, ++src, dst += img.BytesPerPixel()) {
+                // Glyph records come from files: what lies past the sheet reads as blank.
+                uint8_t p = src < sheetSize && font.pixels ? font.pixels[src] : 0;
+                if (p) img.FastPut(dst, colorOf(p));
+            }
+        }
+        px = right + 1 + font.spacing;
+    }
+}
+
+} // namespace
+
+QZMImage::QZMImage(unsigned width, unsigned height, unsigned bpp)
+    : width(width), height(height), clipX1(0), clipX2(0), clipY1(0), clipY2(0), pixels(nullptr),
+      palette(nullptr), pitch(0), bpp(static_cast<uint16_t>(bpp)) {
+    if (width == 0 || height == 0) return;
+    uint64_t rowBytes = uint64_t(BytesPerPixel()) * width;
+    pixels = rowBytes <= 0xFFFFFFFFu ? AllocPixels(rowBytes * height) : nullptr;
+    if (!pixels) {
+        this->width = this->height = 0;
+        return;
+    }
+    pitch = uint32_t(rowBytes);
+    StopClipping();
+}
+
+QZMImage::QZMImage(QZMImage* src)
+    : width(0), height(0), clipX1(0), clipX2(0), clipY1(0), clipY2(0), pixels(nullptr),
+      palette(nullptr), pitch(0), bpp(0) {
+    if (!src) return;
+    if (src->pixels) {
+        pixels = AllocPixels(uint64_t(src->pitch) * src->height);
+        if (!pixels) return;
+        std::memcpy(pixels, src->pixels, size_t(src->pitch) * src->height);
+    }
+    width = src->width;
+    height = src->height;
+    clipX1 = src->clipX1;
+    clipX2 = src->clipX2;
+    clipY1 = src->clipY1;
+    clipY2 = src->clipY2;
+    bpp = src->bpp;
+    pitch = src->pitch;
+    // Built from the copy's own, still null, palette: an empty palette, not the source's colours.
+    if (src->palette) palette = new (std::nothrow) QZMPal(static_cast<const QZMPal*>(palette));
+}
+
+QZMImage::~QZMImage() {
+    delete[] pixels;
+    delete palette;
+}
+
+uint32_t QZMImage::MemoryUsed() const {
+    return pitch * height + sizeof(*this);
+}
+
+void QZMImage::SetPalette(QZMPal* pal, unsigned first, unsigned count) {
+    if (bpp != 8 || !pal) return;
+    uint64_t end64 = uint64_t(first) + count;
+    unsigned end = end64 > 0xFFFFFFFFu ? 0xFFFFFFFFu : unsigned(end64);
+    if (!palette)
+        palette = new (std::nothrow) QZMPal(end);
+    else if (palette->size < end)
+        palette->Resize(end);
+    if (!palette) return;
+    // The palette may have been capped at 4096 entries: copy only what it holds.
+    end = std::min(end, palette->size);
+    for (unsigned i = first; i < end; ++i)
+        palette->entries[i] = i < pal->size ? pal->entries[i] : QZMRGBA{0, 0, 0, 0};
+}
+
+void QZMImage::ReplacePalette(QZMPal* pal) {
+    if (bpp != 8 || pal == palette) return;
+    delete palette;
+    palette = pal;
+}
+
+void QZMImage::SetClipping(int x1, int y1, int x2, int y2) {
+    if (x1 > x2) std::swap(x1, x2);
+    if (y1 > y2) std::swap(y1, y2);
+    x1 = std::max(x1, 0);
+    y1 = std::max(y1, 0);
+    x2 = std::max(x2, 0);
+    y2 = std::max(y2, 0);
+    if (unsigned(x1) >= width || unsigned(y1) >= height) return;
+    clipX1 = int16_t(x1);
+    clipY1 = int16_t(y1);
+    clipX2 = int16_t(std::min<int64_t>(x2, int64_t(width) - 1));
+    clipY2 = int16_t(std::min<int64_t>(y2, int64_t(height) - 1));
+}
+
+bool QZMImage::IsClipping() const {
+    return clipX1 != 0 || clipY1 != 0 || clipX2 != int16_t(width - 1) ||
+           clipY2 != int16_t(height - 1);
+}
+
+void QZMImage::StopClipping() {
+    clipX1 = 0;
+    clipY1 = 0;
+    clipX2 = int16_t(width ? width - 1 : 0);
+    clipY2 = int16_t(height ? height - 1 : 0);
+}
+
+uint32_t QZMImage::GetPixel(int x, int y) const {
+    if (!pixels || x < 0 || y < 0 || unsigned(x) >= width || unsigned(y) >= height) return 0;
+    const uint8_t* p = pixels + size_t(y) * pitch + size_t(x) * BytesPerPixel();
+    switch (bpp) {
+    case 8: return p[0];
+    case 15:
+    case 16: return p[0] | p[1] << 8;
+    case 24: return uint32_t(p[0]) << 16 | p[1] << 8 | p[2];
+    case 32: return p[0] | p[1] << 8 | p[2] << 16 | uint32_t(p[3]) << 24;
+    default: return 0;
+    }
+}
+
+void QZMImage::HLine(int x, int y, unsigned len, unsigned color, DrawMode mode) {
+    Span(*this, x, y, len, color, mode);
+}
+
+void QZMImage::VLine(int x, int y, unsigned len, unsigned color, DrawMode mode) {
+    Column(*this, x, y, len, color, mode);
+}
+
+void QZMImage::Line(int x1, int y1, int x2, int y2, unsigned color, DrawMode mode) {
+    if (!pixels) return;
+    Box box = ClipBox(*this);
+    if (!box.Meets(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2))) return;
+    // Every point lies between the end points: both inside means no point needs a test.
+    Plotter plot{*this, box, color, mode, !box.Contains(x1, y1) || !box.Contains(x2, y2)};
+    int64_t dx = std::abs(int64_t(x2) - x1) + 1;
+    int64_t dy = std::abs(int64_t(y2) - y1) + 1;
+    // The longer axis advances every point, the other one when the error term overflows.
+    bool steep = dx < dy;
+    int64_t x = x1, y = y1;
+    int64_t& major = steep ? y : x;
+    int64_t& minor = steep ? x : y;
+    int64_t majorLen = steep ? dy : dx, minorLen = steep ? dx : dy;
+    int majorStep = (steep ? y2 >= y1 : x2 >= x1) ? 1 : -1;
+    int minorStep = (steep ? x2 >= x1 : y2 >= y1) ? 1 : -1;
+    // Only the steps whose major coordinate lies in the box can show: start at the first of
+    // them with the error term the walk would have (e = i m mod M), so a line running far out
+    // of the image costs no more than its visible part.
+    int64_t lo = steep ? box.y1 : box.x1, hi = steep ? box.y2 : box.x2;
+    int64_t first = std::max<int64_t>(0, majorStep > 0 ? lo - major : major - hi);
+    int64_t last = std::min<int64_t>(majorLen - 1, majorStep > 0 ? hi - major : major - lo);
+    uint64_t walked = uint64_t(first) * uint64_t(minorLen); // below 2^64: first < M, m <= M
+    int64_t e = int64_t(walked % uint64_t(majorLen));
+    major += majorStep * first;
+    minor += minorStep * int64_t(walked / uint64_t(majorLen));
+    for (int64_t i = first; i <= last; ++i, major += majorStep) {
+        plot(x, y);
+        e += minorLen;
+        if (e >= majorLen) {
+            minor += minorStep;
+            e -= majorLen;
+        }
+    }
+}
+
+void QZMImage::Frame(int x, int y, unsigned w, unsigned h, unsigned color, DrawMode mode) {
+    Span(*this, x, y, w, color, mode);
+    Span(*this, x, int64_t(y) + h - 1, w, color, mode);
+    // Fewer than three rows leave no side between the two horizontal edges.
+    if (h > 2) {
+        Column(*this, x, int64_t(y) + 1, h - 2, color, mode);
+        Column(*this, int64_t(x) + w - 1, int64_t(y) + 1, h - 2, color, mode);
+    }
+}
+
+void QZMImage::Rectangle(int x, int y, unsigned w, unsigned h, unsigned color, DrawMode mode) {
+    if (!pixels) return;
+    Box box = ClipBox(*this);
+    int64_t cx, cw, cy, ch;
+    if (!ClipRun(x, w, box.x1, box.x2, cx, cw) || !ClipRun(y, h, box.y1, box.y2, cy, ch)) return;
+    DrawRows(*this, cx, cy, cw, ch, color, mode);
+}
+
+void QZMImage::Gradient(int x, int y, unsigned w, unsigned h, unsigned color1, unsigned color2,
+                        int direction, DrawMode mode) {
+    if (color1 == color2) {
+        Rectangle(x, y, w, h, color1, mode);
+        return;
+    }
+    if (mode || !pixels || (direction != 0 && direction != 1)) return;
+    Box box = ClipBox(*this);
+    int64_t cx, cw, cy, ch;
+    if (!ClipRun(x, w, box.x1, box.x2, cx, cw) || !ClipRun(y, h, box.y1, box.y2, cy, ch)) return;
+    unsigned bytesPerPixel = BytesPerPixel();
+    uint8_t* first = pixels + cy * pitch + cx * bytesPerPixel;
+    if (direction == 0) {
+        GradientSteps steps(color1, color2, ch, bpp == 8);
+        for (int64_t i = 0; i < ch; ++i)
+            FillRow(*this, first + i * pitch, unsigned(cw), steps.Next());
+        return;
+    }
+    // Every row of a horizontal gradient is the same: draw the first, copy it down.
+    GradientSteps steps(color1, color2, cw, bpp == 8);
+    unsigned offset = unsigned(first - pixels);
+    for (int64_t i = 0; i < cw; ++i) FastPut(offset + unsigned(i) * bytesPerPixel, steps.Next());
+    for (int64_t i = 1; i < ch; ++i)
+        std::memcpy(first + i * pitch, first, size_t(cw) * bytesPerPixel);
+}
+
+void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
+    if (!pixels) return;
+    Box box = ClipBox(*this);
+    int64_t left = int64_t(cx) - r, right = int64_t(cx) + r;
+    int64_t top = int64_t(cy) - r, bottom = int64_t(cy) + r;
+    if (!box.Meets(left, top, right, bottom)) return;
+    Plotter plot{*this, box, color, mode, !box.Contains(left, top) || !box.Contains(right, bottom)};
+    WalkCircle(
+        r,
+        [&](int64_t x, int64_t y) {
+            plot(cx + x, cy + y);
+            if (x != 0) plot(cx - x, cy + y);
+            if (y != 0) plot(cx + x, cy - y);
+            if (x != 0 && y != 0) plot(cx - x, cy - y);
+            if (x == y) return;
+            plot(cx + y, cy + x);
+            if (x != 0) plot(cx + y, cy - x);
+            if (y != 0) plot(cx - y, cy + x);
+            if (x != 0 && y != 0) plot(cx - y, cy - x);
+        },
+        [](int64_t, int64_t) {});
+}
+
+void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
+    if (!pixels) return;
+    Box box = ClipBox(*this);
+    if (!box.Meets(int64_t(cx) - r, int64_t(cy) - r, int64_t(cx) + r, int64_t(cy) + r)) return;
+    WalkCircle(
+        r,
+        [&](int64_t x, int64_t y) {
+            Span(*this, cx - y, cy - x, 2 * y, color, mode);
+            if (x != 0) Span(*this, cx - y, cy + x, 2 * y, color, mode);
+        },
+        [&](int64_t x, int64_t y) {
+            if (x == y) return;
+            Span(*this, cx - x, cy - y, 2 * x, color, mode);
+            if (y != 0) Span(*this, cx - x, cy + y, 2 * x, color, mode);
+        });
+}
+
+namespace {
+
+// The checks and clipping shared by the block transfers; false when nothing is to be done.
+bool ClipTransfer(const QZMImage& dst, const QZMImage& src, int64_t& x, int64_t& y, int64_t& sx,
+                  int64_t& sy, int64_t& w, int64_t& h) {
+    Box box = ClipBox(dst);
+    if (!dst.pixels || !src.pixels || x > box.x2 || y > box.y2 || sx < 0 || sy < 0 ||
+        sx >= src.width || sy >= src.height)
+        return false;
+    return ClipBlockAxis(x, sx, w, box.x1, box.x2, src.width) &&
+           ClipBlockAxis(y, sy, h, box.y1, box.y2, src.height);
+}
+
+// Keyed copy of 24-bit pixels. The comparison value is bytes 1 and 2 of the pixel and byte 0 of
+// the next one; the last pixel of the source buffer has no next byte, which then counts as zero.
+void KeyedRow24(uint8_t* dst, const uint8_t* src, int64_t count, uint32_t key,
+                const uint8_t* srcEnd) {
+    for (int64_t i = 0; i < count; ++i, dst += 3, src += 3) {
+        uint32_t next = src + 3 < srcEnd ? src[3] : 0;
+        bool keep = (src[1] | uint32_t(src[2]) << 8 | next << 16) != key;
+        for (int k = 0; k < 3; ++k) dst[k] = keep ? src[k] : dst[k];
+    }
+}
+
+template <class Word> void KeyedRow(uint8_t* dst, const uint8_t* src, int64_t count, Word key) {
+    for (int64_t i = 0; i < count; ++i) {
+        Word s, d;
+        std::memcpy(&s, src + i * sizeof(Word), sizeof(Word));
+        std::memcpy(&d, dst + i * sizeof(Word), sizeof(Word));
+        d = s != key ? s : d;
+        std::memcpy(dst + i * sizeof(Word), &d, sizeof(Word));
+    }
+}
+
+} // namespace
+
+void QZMImage::CopyImage(int x, int y, QZMImage* src, int sx, int sy, unsigned w, unsigned h) {
+    int64_t dx = x, dy = y, fx = sx, fy = sy, cw = w, ch = h;
+    if (!src || src->bpp != bpp || !ClipTransfer(*this, *src, dx, dy, fx, fy, cw, ch)) return;
+    unsigned bytesPerPixel = BytesPerPixel();
+    size_t rowBytes = size_t(cw) * bytesPerPixel;
+    uint8_t* to = pixels + dy * pitch + dx * bytesPerPixel;
+    const uint8_t* from = src->pixels + fy * src->pitch + fx * bytesPerPixel;
+    if (rowBytes == pitch && rowBytes == src->pitch) {
+        rowBytes *= size_t(ch);
+        ch = 1;
+    }
+    for (int64_t i = 0; i < ch; ++i, to += pitch, from += src->pitch) {
+        // A copy within one image may overlap.
+        if (src == this)
+            std::memmove(to, from, rowBytes);
+        else
+            std::memcpy(to, from, rowBytes);
+    }
+}
+
+void QZMImage::TCopyImage(int x, int y, unsigned key, QZMImage* src, int sx, int sy, unsigned w,
+                          unsigned h) {
+    int64_t dx = x, dy = y, fx = sx, fy = sy, cw = w, ch = h;
+    if (!src || src->bpp != bpp || !ClipTransfer(*this, *src, dx, dy, fx, fy, cw, ch)) return;
+    unsigned bytesPerPixel = BytesPerPixel();
+    uint8_t* to = pixels + dy * pitch + dx * bytesPerPixel;
+    const uint8_t* from = src->pixels + fy * src->pitch + fx * bytesPerPixel;
+    const uint8_t* srcEnd = src->pixels + size_t(src->pitch) * src->height;
+    for (int64_t i = 0; i < ch; ++i, to += pitch, from += src->pitch) {
+        switch (bpp) {
+        case 8: KeyedRow<uint8_t>(to, from, cw, uint8_t(key)); break;
+        case 15:
+        case 16: KeyedRow<uint16_t>(to, from, cw, uint16_t(key)); break;
+        case 32: KeyedRow<uint32_t>(to, from, cw, uint32_t(key)); break;
+        case 24: KeyedRow24(to, from, cw, key, srcEnd); break;
+        }
+    }
+}
+
+void QZMImage::MoveInside(int sx, int sy, unsigned w, unsigned h, int dx, int dy) {
+    int64_t tx = dx, ty = dy, fx = sx, fy = sy, cw = w, ch = h;
+    if (!ClipTransfer(*this, *this, tx, ty, fx, fy, cw, ch)) return;
+    unsigned bytesPerPixel = BytesPerPixel();
+    size_t rowBytes = size_t(cw) * bytesPerPixel;
+    bool upward = fy <= ty;
+    for (int64_t i = 0; i < ch; ++i) {
+        int64_t row = upward ? ch - 1 - i : i;
+        std::memmove(pixels + (ty + row) * pitch + tx * bytesPerPixel,
+                     pixels + (fy + row) * pitch + fx * bytesPerPixel, rowBytes);
+    }
+}
+
+void QZMImage::VFlip() {
+    if (!pixels) return;
+    for (uint32_t i = 0; i < height / 2; ++i) {
+        uint8_t* a = pixels + size_t(i) * pitch;
+        std::swap_ranges(a, a + pitch, pixels + size_t(height - 1 - i) * pitch);
+    }
+}
+
+bool QZMImage::Resize(unsigned w, unsigned h) {
+    if (w == 0 || h == 0) return false;
+    uint64_t newPitch64 = uint64_t(BytesPerPixel()) * w;
+    uint8_t* grown = newPitch64 <= 0xFFFFFFFFu ? AllocPixels(newPitch64 * h) : nullptr;
+    if (!grown) return false;
+    size_t newPitch = size_t(newPitch64);
+    if (pixels) {
+        unsigned rows = std::min(h, height);
+        size_t keep = std::min<size_t>(newPitch, pitch);
+        for (unsigned i = 0; i < rows; ++i) {
+            std::memcpy(grown + i * newPitch, pixels + size_t(i) * pitch, keep);
+            std::memset(grown + i * newPitch + keep, 0, newPitch - keep);
+        }
+        // Clears w bytes at the top rows, not the new bottom rows: kept as designed.
+        for (unsigned i = 0; i < h - rows; ++i)
+            std::memset(grown + i * newPitch, 0, std::min<size_t>(w, newPitch));
+        delete[] pixels;
+    }
+    pixels = grown;
+    width = w;
+    height = h;
+    pitch = uint32_t(newPitch);
+    StopClipping();
+    return true;
+}
+
+bool QZMImage::NewFormat(unsigned w, unsigned h, unsigned bpp) {
+    if (!IsDepth(bpp)) return false;
+    if (w == width && h == height && bpp == this->bpp) return true;
+    delete[] pixels;
+    pixels = nullptr;
+    width = height = pitch = 0;
+    this->bpp = 0;
+    bool ok = true;
+    if (w && h) {
+        uint64_t rowBytes = uint64_t((bpp + 7) >> 3) * w;
+        pixels = AllocPixels(rowBytes * h);
+        if (pixels) {
+            width = w;
+            height = h;
+            this->bpp = uint16_t(bpp);
+            pitch = uint32_t(rowBytes);
+        }
+        ok = pixels != nullptr;
+    }
+    StopClipping();
+    return ok;
+}
+
+int QZMImage::FindFormat(QZMResFile& f) {
+    unsigned char head[4];
+    if (f.Read(head, 4) < 4) {
+        QZM::LOG("Can not read file header\n");
+        return 0;
+    }
+    f.Seek(-4, 1);
+    if (head[0] == 'B' && head[1] == 'M') return 1;
+    if (std::memcmp(head, "GIF", 3) == 0) return 3;
+    if (std::memcmp(head, "QZMF", 4) == 0) return 6;
+    if (head[0] == 10 && head[1] == 5 && head[2] == 1) return 2;
+    return 4;
+}
+
+bool QZMImage::Load(QZMResFile& f, int format) {
+    if (f.state != QZMResFile::ST_OK) return false;
+    if (format == 0) format = FindFormat(f);
+    if (format < 0 || format >= kCodecCount || !g_codecs[format].load) return false;
+    // The loader gets a fresh buffer slot: a failed load leaves the image as it was instead of
+    // pairing a new buffer with old dimensions.
+    unsigned char* loaded = nullptr;
+    unsigned w = width, h = height;
+    unsigned short depth = bpp;
+    if (!g_codecs[format].load(f, &loaded, w, h, &palette, depth)) {
+        delete[] loaded;
+        return false;
+    }
+    delete[] pixels;
+    pixels = loaded;
+    width = w;
+    height = h;
+    bpp = depth;
+    pitch = BytesPerPixel() * width;
+    StopClipping();
+    return true;
+}
+
+bool QZMImage::Save(QZMResFile& f, int format) {
+    if (f.state != QZMResFile::ST_OK || format < 0 || format > kSaveTGARLE) return false;
+    if (format == 0) format = bpp <= 8 ? kSavePCX : kSaveTGARLE;
+    Writer save = g_codecs[format].save;
+    return save && save(f, *this);
+}
+
+void QZMImage::PrintInfo() const {
+    QZM::LOG("Image: %d x %d x %d bpp, pitch: %d", width, height, bpp, pitch);
+    if (palette) QZM::LOG(", palette: %d colors", palette->size);
+    QZM::LOG("\n");
+}
+
+void QZMImage::DrawText(int x, int y, const char* text, unsigned color, QZMFont* font,
+                        FontAlign align, int len) {
+    if (font) DrawGlyphs(*this, x, y, text, *font, align, len, [color](uint8_t) { return color; });
+}
+
+void QZMImage::DrawTextEx(int x, int y, const char* text, FontParams& params, int len) {
+    QZMFont* font = params.font;
+    if (!font || !text || !pixels) return;
+    if (font->bpp != 2) {
+        DrawText(x, y, text, params.colors[3], font, params.align, len);
+        return;
+    }
+    // A sheet byte above 3 cannot come from a two-bit file; it takes the last colour.
+    DrawGlyphs(*this, x, y, text, *font, params.align, len,
+               [&params](uint8_t p) { return params.colors[p > 3 ? 3 : p]; });
+}

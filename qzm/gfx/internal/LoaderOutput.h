@@ -1,0 +1,27 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <qzm/gfx/Pal.h>
+
+// Filling the outputs that every image loader shares.
+namespace QZM::internal {
+
+/// Frees *pixels and stores a new uncleared buffer of size bytes, or null when it cannot be had.
+inline bool ReplacePixels(unsigned char** pixels, uint64_t size) {
+    delete[] *pixels;
+    *pixels = size <= SIZE_MAX ? new (std::nothrow) unsigned char[size_t(size)] : nullptr;
+    return *pixels != nullptr;
+}
+
+/// Creates *palette with n entries when null, resizes it otherwise.
+inline bool PreparePalette(QZMPal** palette, unsigned n) {
+    if (*palette) {
+        (*palette)->Resize(n);
+        return true;
+    }
+    *palette = new (std::nothrow) QZMPal(n);
+    return *palette != nullptr;
+}
+
+} // namespace QZM::internal

@@ -1,0 +1,140 @@
+#include <qzm/data/Score.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/support/TestSupport.h"
+
+namespace {
+
+std::string Le32(uint32_t v) { return std::string(reinterpret_cast<const char*>(&v), 4); }
+
+const std::string HEADER("\x04\x03\x02\x01\x03", 5);
+
+int Add(QZMScore& table, const char* name, int score, int level = 1) {
+    QZMScoreEntry entry = {};
+    strncpy(entry.name, name, sizeof entry.name - 1);
+    entry.score = score;
+    entry.level = level;
+    return table.Add(&entry);
+}
+
+// "name:score" per slot, top down.
+std::vector<std::string> Ranking(const QZMScore& table) {
+    std::vector<std::string> out;
+    for (uint32_t i = 0; i < table.size; i++)
+        out.push_back(std::string(table.entries[i].name) + ":" +
+                      std::to_string(table.entries[i].score));
+    return out;
+}
+
+using Rows = std::vector<std::string>;
+
+} // namespace
+
+TEST(ScoreTest, TiesKeepTheOlderEntryAboveInBothOrders) {
+    QZMScore high(5, QZMScore::SCORE_HIGH_FIRST, 100);
+    EXPECT_EQ(Add(high, "tie", 100), -1);
+    EXPECT_EQ(Add(high, "ann", 150), 0);
+    EXPECT_EQ(Add(high, "bob", 150), 1);
+    EXPECT_EQ(high.Length(), 2u);
+    for (int score : {400, 120, 130}) Add(high, "x", score);
+    EXPECT_EQ(Add(high, "fay", 120), -1);
+    EXPECT_EQ(Ranking(high), (Rows{"x:400", "ann:150", "bob:150", "x:130", "x:120"}));
+
+    QZMScore low(1, QZMScore::SCORE_LOW_FIRST, 1000);
+    EXPECT_EQ(Add(low, "slow", 500), 0);
+    EXPECT_EQ(Add(low, "fast", 300), 0);
+    EXPECT_EQ(Add(low, "same", 300), 1);
+    low.Resize(0);
+    EXPECT_EQ(low.size, 3u);
+    low.Resize(4);
+    EXPECT_EQ(Ranking(low), (Rows{"fast:300", "same:300", "slow:500", ":0"}));
+    QZMScore none(0, QZMScore::SCORE_HIGH_FIRST, 0);
+    EXPECT_EQ(Add(none, "x", 5), -1);
+}
+
+TEST(ScoreTest, SetSortOrderLeavesEvenMiddlesInPlace) {
+    QZMScore even(4, QZMScore::SCORE_HIGH_FIRST, 0);
+    for (const char* name : {"A", "B", "C", "D"}) Add(even, name, 100 - name[0]);
+    even.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
+    EXPECT_EQ(Ranking(even), (Rows{"D:32", "B:34", "C:33", "A:35"}));
+    QZMScore odd(5, QZMScore::SCORE_HIGH_FIRST, 0);
+    for (const char* name : {"A", "B", "C", "D", "E"}) Add(odd, name, 100 - name[0]);
+    odd.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
+    EXPECT_EQ(Ranking(odd), (Rows{"E:31", "D:32", "C:33", "B:34", "A:35"}));
+    EXPECT_EQ(odd.Length(), 5u);
+    QZMScore partly(4, QZMScore::SCORE_HIGH_FIRST, 0);
+    Add(partly, "only", 9);
+    partly.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
+    EXPECT_EQ(partly.Length(), 0u); // the empty slots moved to the top
+}
+
+class ScoreFileTest : public ::testing::Test {
+protected:
+    qzmtest::TempDir dir;
+    std::string path = dir.file("scores");
+    QZMScore table{3, QZMScore::SCORE_HIGH_FIRST, 0};
+};
+
+TEST_F(ScoreFileTest, DisguisedNamesRoundTrip) {
+    QZMScore saved(3, QZMScore::SCORE_LOW_FIRST, 999);
+    Add(saved, "Zoe", 10, 4);
+    Add(saved, "nineteen-characters", 20, 7);
+    ASSERT_TRUE(saved.Save(path.c_str(), true));
+    std::string bytes = qzmtest::ReadFile(path);
+    ASSERT_EQ(bytes.size(), 14u + 3 * 28);
+    EXPECT_EQ(bytes.substr(0, 14), HEADER + Le32(3) + Le32(1) + "\x01");
+    EXPECT_EQ(bytes.find("Zoe"), std::string::npos);
+    EXPECT_EQ(bytes.find("nineteen"), std::string::npos);
+    EXPECT_EQ(bytes.substr(14, 4), std::string("\xA5\x90\x9A\0", 4)); // ~'Z', ~'o', ~'e'
+    EXPECT_EQ(bytes.substr(34, 8), Le32(10) + Le32(4));
+
+    ASSERT_TRUE(table.Load(path.c_str()));
+    EXPECT_EQ(table.order, QZMScore::SCORE_LOW_FIRST);
+    EXPECT_EQ(Ranking(table), (Rows{"Zoe:10", "nineteen-characters:20", ":999"}));
+    EXPECT_EQ(table.entries[1].level, 7);
+}
+
+TEST_F(ScoreFileTest, OldVersionsHaveNoFlagByteAndKeepTheirNameBytes) {
+    std::string slot = std::string("Al\0", 3) + std::string(17, 'x') + Le32(5) + Le32(2);
+    qzmtest::WriteFile(path, std::string("\x04\x03\x02\x01\x02", 5) + Le32(1) + Le32(0) + slot);
+    ASSERT_TRUE(table.Load(path.c_str()));
+    EXPECT_EQ(Ranking(table), (Rows{"Al:5"}));
+    ASSERT_TRUE(table.Save(path.c_str(), false));
+    EXPECT_EQ(qzmtest::ReadFile(path).substr(14), slot);
+}
+
+TEST_F(ScoreFileTest, MalformedFilesAreRefused) {
+    qzmtest::WriteFile(path, std::string("\x01\x02\x03\x04\x03", 5) + Le32(0) + Le32(0) + "\0");
+    EXPECT_FALSE(table.Load(path.c_str()));
+    EXPECT_EQ(table.size, 3u);
+    // Slot counts far beyond the data, and a last name cut short.
+    for (uint32_t slots : {0xFFFFFFFFu, 0x10000000u, 2u}) {
+        qzmtest::WriteFile(path, HEADER + Le32(slots) + Le32(0) + '\0' + std::string(47, 'n'));
+        EXPECT_FALSE(table.Load(path.c_str())) << slots;
+        EXPECT_LE(table.size, 2u);
+    }
+    // Only the last name must be whole: its score and level may be missing.
+    qzmtest::WriteFile(path, HEADER + Le32(1) + Le32(0) + '\0' + "Kim" + std::string(17, '\0'));
+    EXPECT_TRUE(table.Load(path.c_str()));
+    EXPECT_EQ(Ranking(table), (Rows{"Kim:0"}));
+}
+
+TEST(ScoreTest, PrintInfoCopesWithANameWithoutTerminator) {
+    QZMScore table(3, QZMScore::SCORE_HIGH_FIRST, 0);
+    QZMScoreEntry full;
+    memset(full.name, 'w', sizeof full.name);
+    full.score = 12345;
+    full.level = 3;
+    table.Add(&full);
+    qzmtest::LogCapture log;
+    table.PrintInfo();
+    std::string empty = std::string(33, ' ') + "  0        0\n";
+    EXPECT_EQ(log.text(), "Score table (3 entries) (name/level/score):\n[  0]" +
+                              std::string(13, ' ') + std::string(20, 'w') + "   3    12345\n" +
+                              "[  1] " + empty + "[  2] " + empty);
+}

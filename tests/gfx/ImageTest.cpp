@@ -1,0 +1,364 @@
+#include <qzm/gfx/Font.h>
+#include <qzm/gfx/Image.h>
+#include <qzm/io/MemFile.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include "tests/support/TestSupport.h"
+
+namespace {
+
+using Mode = QZMImage::DrawMode;
+
+struct Depth {
+    unsigned bpp;
+    unsigned color;
+    uint32_t put; // GetPixel after a put of color
+    uint32_t xr;  // GetPixel after a xor of color on zero
+};
+
+const Depth kDepths[] = {
+    {8, 0x5A, 0x5A, 0x5A},
+    {16, 0xBEEF, 0xBEEF, 0xFFFF},
+    {24, 0x112233, 0x332211, 0xFFFFFF},
+    {32, 0xDEADBEEF, 0xDEADBEEF, 0xFFFFFFFF},
+};
+
+// One character per pixel, '#' where the pixel is not zero; a row per line.
+std::string Art(const QZMImage& img) {
+    std::string art;
+    for (unsigned y = 0; y < img.height; ++y) {
+        for (unsigned x = 0; x < img.width; ++x) art += img.GetPixel(int(x), int(y)) ? '#' : '.';
+        art += '\n';
+    }
+    return art;
+}
+
+void ExpectPicture(const QZMImage& img, const std::string& art, uint32_t value) {
+    ASSERT_EQ(Art(img), art);
+    for (unsigned y = 0; y < img.height; ++y)
+        for (unsigned x = 0; x < img.width; ++x)
+            if (img.GetPixel(int(x), int(y)))
+                ASSERT_EQ(img.GetPixel(int(x), int(y)), value) << x << "," << y;
+}
+
+struct Figure {
+    const char* name;
+    std::function<void(QZMImage&, unsigned, Mode)> draw;
+    const char* art;
+};
+
+const Figure kFigures[] = {
+    {"Rectangle", [](QZMImage& i, unsigned c, Mode m) { i.Rectangle(2, 1, 4, 3, c, m); },
+     "............\n..####......\n..####......\n..####......\n"
+     "............\n............\n............\n............\n"},
+    {"Frame", [](QZMImage& i, unsigned c, Mode m) { i.Frame(1, 1, 5, 4, c, m); },
+     "............\n.#####......\n.#...#......\n.#...#......\n"
+     ".#####......\n............\n............\n............\n"},
+    {"Line", [](QZMImage& i, unsigned c, Mode m) { i.Line(0, 0, 11, 3, c, m); },
+     "###.........\n...###......\n......###...\n.........###\n"
+     "............\n............\n............\n............\n"},
+    {"SteepLine", [](QZMImage& i, unsigned c, Mode m) { i.Line(1, 7, 3, 0, c, m); },
+     "...#........\n...#........\n..#.........\n..#.........\n"
+     "..#.........\n.#..........\n.#..........\n.#..........\n"},
+    {"Circle", [](QZMImage& i, unsigned c, Mode m) { i.Circle(5, 4, 3, c, m); },
+     "............\n....###.....\n...#...#....\n..#.....#...\n"
+     "..#.....#...\n..#.....#...\n...#...#....\n....###.....\n"},
+    {"Disk", [](QZMImage& i, unsigned c, Mode m) { i.Disk(5, 4, 3, c, m); },
+     "............\n....##......\n...####.....\n..######....\n"
+     "..######....\n..######....\n...####.....\n....##......\n"},
+    {"Clipped",
+     [](QZMImage& i, unsigned c, Mode m) {
+         i.SetClipping(1, 1, 10, 6);
+         i.Line(0, 0, 11, 7, c, m);
+         i.Circle(0, 0, 3, c, m);
+         i.Disk(11, 1, 3, c, m);
+         i.HLine(0, 0, 100, c, m);
+         i.VLine(0, -5, 100, c, m);
+         i.HLine(-5, 6, 4, c, m);
+     },
+     "............\n..##....###.\n..###...###.\n.#...#...##.\n"
+     "......##..#.\n........#...\n.........##.\n............\n"},
+};
+
+} // namespace
+
+TEST(ImageTest, FiguresArePixelExactAtEveryDepthAndMode) {
+    for (const Depth& d : kDepths) {
+        for (const Figure& f : kFigures) {
+            for (Mode mode : {QZMImage::DRAW_PUT, QZMImage::DRAW_XOR}) {
+                SCOPED_TRACE(std::string(f.name) + " bpp " + std::to_string(d.bpp) +
+                             (mode ? " xor" : " put"));
+                QZMImage img(12, 8, d.bpp);
+                img.Rectangle(0, 0, 12, 8, 0);
+                f.draw(img, d.color, mode);
+                ExpectPicture(img, f.art, mode ? d.xr : d.put);
+            }
+        }
+    }
+}
+
+TEST(ImageTest, PixelRules) {
+    QZMImage rgb(2, 1, 24);
+    rgb.HLine(0, 0, 1, 0x00112233);
+    EXPECT_EQ(std::memcmp(rgb.pixels, "\x33\x22\x11", 3), 0);
+    EXPECT_EQ(rgb.GetPixel(0, 0), 0x00332211u);
+
+    const struct {
+        unsigned bpp, before, xorColor, after;
+    } xors[] = {{8, 0x0F, 0x3C, 0x33}, {16, 0x1234, 0, 0xEDCB}, {32, 0x01234567, 5, 0xFEDCBA98}};
+    for (const auto& c : xors) {
+        QZMImage img(3, 3, c.bpp);
+        img.Rectangle(0, 0, 3, 3, c.before);
+        img.VLine(1, 0, 3, c.xorColor, QZMImage::DRAW_XOR);
+        EXPECT_EQ(img.GetPixel(1, 2), c.after) << c.bpp;
+        EXPECT_EQ(img.GetPixel(0, 2), c.before) << c.bpp;
+        EXPECT_EQ(img.GetPixel(3, 0), 0u);
+        EXPECT_EQ(img.GetPixel(-1, 0), 0u);
+    }
+
+    QZMImage empty(0, 5, 8);
+    empty.Rectangle(0, 0, 5, 5, 1);
+    EXPECT_EQ(empty.pixels, nullptr);
+}
+
+TEST(ImageTest, LinesFromFarOutsideKeepTheirSteps) {
+    QZMImage img(8, 2, 8);
+    img.Rectangle(0, 0, 8, 2, 0);
+    img.Line(INT_MIN, 0, INT_MAX, 1, 1); // the step to row 1 falls between x = -1 and x = 0
+    img.Line(3, INT_MAX, 3, INT_MIN, 1, QZMImage::DRAW_XOR);
+    EXPECT_EQ(Art(img), "...#....\n###.####\n");
+}
+
+TEST(ImageTest, FillsStopAtEveryClippingEdge) {
+    const struct {
+        int x, y;
+        unsigned w, h;
+        const char* art;
+    } cases[] = {
+        {-9, 2, 12, 1, "......\n......\n.##...\n......\n......\n"},
+        {3, 2, 99, 1, "......\n......\n...##.\n......\n......\n"},
+        {2, -7, 1, 10, "......\n..#...\n..#...\n......\n......\n"},
+        {2, 3, 1, 99, "......\n......\n......\n..#...\n......\n"},
+        {-50, -50, 200, 200, "......\n.####.\n.####.\n.####.\n......\n"},
+        {5, 1, 3, 3, "......\n......\n......\n......\n......\n"},
+    };
+    for (const Depth& d : kDepths) {
+        for (const auto& c : cases) {
+            QZMImage img(6, 5, d.bpp);
+            img.Rectangle(0, 0, 6, 5, 0);
+            img.SetClipping(4, 3, 1, 1);
+            img.Rectangle(c.x, c.y, c.w, c.h, d.color);
+            ExpectPicture(img, c.art, d.put);
+        }
+    }
+}
+
+TEST(ImageTest, Clipping) {
+    QZMImage img(100, 100, 8);
+    auto clip = [&img] {
+        return std::to_string(img.clipX1) + "," + std::to_string(img.clipY1) + "," +
+               std::to_string(img.clipX2) + "," + std::to_string(img.clipY2);
+    };
+    img.SetClipping(50, 50, 10, 10);
+    EXPECT_EQ(clip(), "10,10,50,50");
+    img.SetClipping(-5, 0, 500, 20);
+    img.SetClipping(100, 0, 120, 5); // ignored: starts past the image
+    EXPECT_EQ(clip(), "0,0,99,20");
+    EXPECT_TRUE(img.IsClipping());
+    img.StopClipping();
+    EXPECT_FALSE(img.IsClipping());
+}
+
+TEST(ImageTest, Gradients) {
+    QZMImage grey(2, 5, 8);
+    grey.Gradient(0, 0, 2, 5, 10, 50, 0);
+    for (int y = 0; y < 5; ++y) EXPECT_EQ(grey.GetPixel(1, y), 10u * (y + 1));
+    grey.SetClipping(0, 1, 1, 2);
+    grey.Gradient(0, 0, 2, 5, 0, 100, 0); // compressed into the two visible rows
+    EXPECT_EQ(grey.GetPixel(0, 1), 0u);
+    EXPECT_EQ(grey.GetPixel(0, 2), 100u);
+    grey.Gradient(0, 0, 2, 5, 1, 9, 2);
+    grey.Gradient(0, 0, 2, 5, 1, 9, 1, QZMImage::DRAW_XOR);
+    EXPECT_EQ(grey.GetPixel(0, 2), 100u);
+
+    QZMImage wide(4, 2, 32);
+    wide.Gradient(0, 0, 4, 2, 0x000000, 0x0000FF, 1);
+    for (int x = 0; x < 4; ++x) EXPECT_EQ(wide.GetPixel(x, 1), 0xFF000000u | (85u * x));
+    QZMImage rgb(3, 1, 24);
+    rgb.Gradient(0, 0, 3, 1, 0xFF0000, 0x000000, 1);
+    EXPECT_EQ(std::memcmp(rgb.pixels, "\0\0\xFF\0\0\x80\0\0\0", 9), 0);
+    QZMImage hi(2, 1, 16);
+    hi.Gradient(0, 0, 2, 1, 0x0000, 0x00FF, 1);
+    EXPECT_EQ(hi.GetPixel(1, 0), 0xFFu);
+}
+
+TEST(ImageTest, BlockCopiesClipAtEveryDepth) {
+    for (const Depth& d : kDepths) {
+        SCOPED_TRACE(d.bpp);
+        QZMImage src(4, 4, d.bpp);
+        for (int i = 0; i < 16; ++i) src.HLine(i % 4, i / 4, 1, 0x01010101u * (i + 1));
+        QZMImage dst(6, 5, d.bpp);
+        dst.Rectangle(0, 0, 6, 5, 0);
+        dst.SetClipping(1, 1, 4, 3);
+        dst.CopyImage(0, 0, &src, 0, 0, 4, 4);
+        dst.CopyImage(3, 2, &src, 2, 0, 4, 4);
+        dst.CopyImage(1, 1, &src, -1, 0, 4, 4);
+        EXPECT_EQ(Art(dst), "......\n.###..\n.####.\n.####.\n......\n");
+        EXPECT_EQ(dst.GetPixel(1, 1), src.GetPixel(1, 1));
+        EXPECT_EQ(dst.GetPixel(2, 3), src.GetPixel(2, 3));
+        EXPECT_EQ(dst.GetPixel(4, 2), src.GetPixel(3, 0));
+        EXPECT_EQ(dst.GetPixel(4, 3), src.GetPixel(3, 1));
+
+        QZMImage keyed(4, 4, d.bpp);
+        keyed.Rectangle(0, 0, 4, 4, 0);
+        // At 24 bits the key takes the next pixel's first byte (value 7) as its top byte.
+        unsigned key = d.bpp == 24 ? 0x070606u : 0x01010101u * 6;
+        keyed.TCopyImage(0, 0, key, &src, 0, 0, 4, 4);
+        EXPECT_EQ(Art(keyed), "####\n#.##\n####\n####\n");
+    }
+}
+
+TEST(ImageTest, TransparentCopyAt24BitsComparesTheShiftedWord) {
+    QZMImage src(2, 1, 24);
+    std::memcpy(src.pixels, "\x01\x02\x03\x04\x05\x06", 6);
+    const struct {
+        unsigned key;
+        const char* art;
+    } cases[] = {{0x040302, ".#\n"}, {0x030201, "##\n"}, {0x000605, "#.\n"}};
+    for (const auto& c : cases) {
+        QZMImage dst(2, 1, 24);
+        dst.Rectangle(0, 0, 2, 1, 0);
+        dst.TCopyImage(0, 0, c.key, &src, 0, 0, 2, 1);
+        EXPECT_EQ(Art(dst), c.art) << std::hex << c.key;
+    }
+}
+
+TEST(ImageTest, MovesFlipsAndResizes) {
+    QZMImage img(2, 4, 8);
+    for (int y = 0; y < 4; ++y) img.HLine(0, y, 2, y + 1);
+    img.MoveInside(0, 0, 2, 3, 0, 1);
+    EXPECT_EQ(std::memcmp(img.pixels, "\1\1\1\1\2\2\3\3", 8), 0);
+    img.MoveInside(0, 1, 2, 9, 1, 0);
+    EXPECT_EQ(std::memcmp(img.pixels, "\1\1\1\2\2\3\3\3", 8), 0);
+    img.VFlip();
+    EXPECT_EQ(std::memcmp(img.pixels, "\3\3\2\3\1\2\1\1", 8), 0);
+
+    QZMImage small(2, 2, 8);
+    std::memcpy(small.pixels, "\1\2\3\4", 4);
+    small.SetClipping(1, 1, 1, 1);
+    ASSERT_TRUE(small.Resize(3, 3));
+    EXPECT_EQ(small.pitch, 3u);
+    EXPECT_FALSE(small.IsClipping());
+    EXPECT_EQ(std::memcmp(small.pixels, "\0\0\0\3\4\0", 6), 0); // row 0 blanked: kept quirk
+    EXPECT_FALSE(small.Resize(0, 3));
+
+    EXPECT_FALSE(small.NewFormat(3, 3, 12));
+    uint8_t* kept = small.pixels;
+    EXPECT_TRUE(small.NewFormat(3, 3, 8));
+    EXPECT_EQ(small.pixels, kept);
+    EXPECT_TRUE(small.NewFormat(5, 2, 24));
+    EXPECT_EQ(small.pitch, 15u);
+    EXPECT_TRUE(small.NewFormat(0, 2, 24));
+    EXPECT_EQ(small.pixels, nullptr);
+    EXPECT_EQ(small.bpp, 0);
+}
+
+TEST(ImageTest, Palettes) {
+    QZMImage img(2, 2, 8);
+    QZMPal four(4u);
+    for (unsigned i = 0; i < 4; ++i) four.entries[i] = QZMRGBA{uint8_t(i + 1), 0, 0, 7};
+    img.SetPalette(&four, 2, 4);
+    ASSERT_EQ(img.palette->size, 6u);
+    EXPECT_EQ(img.palette->entries[3].r, 4);
+    EXPECT_EQ(img.palette->entries[5].a, 0);
+    QZMImage copy(&img);
+    ASSERT_NE(copy.palette, nullptr);
+    EXPECT_EQ(copy.palette->size, 0u);
+
+    QZMImage high(1, 1, 16);
+    QZMPal* pal = new QZMPal(1u);
+    high.ReplacePalette(pal);
+    EXPECT_EQ(high.palette, nullptr);
+    delete pal;
+}
+
+TEST(ImageTest, FormatDispatch) {
+    const struct {
+        const char* head;
+        int format;
+    } heads[] = {
+        {"BMxx", 1}, {"GIF8", 3}, {"QZMF", 6}, {"\x0A\x05\x01\x08", 2}, {"\x0A\x03\x01\x08", 4},
+        {"abcd", 4}};
+    for (const auto& c : heads) {
+        QZMMemFile f(4, QZMResFile::READ, (unsigned char*)c.head);
+        EXPECT_EQ(QZMImage::FindFormat(f), c.format);
+        EXPECT_EQ(f.GetPos(), 0);
+    }
+    qzmtest::LogCapture log(100);
+    QZMImage img(2, 2, 8);
+    unsigned char two[2] = {10, 5};
+    QZMMemFile shortFile(2, QZMResFile::READWRITE, two);
+    EXPECT_FALSE(img.Load(shortFile, 0));
+    EXPECT_EQ(log.text(), "Can not read file header\n");
+    shortFile.SeekStart();
+    EXPECT_FALSE(img.Load(shortFile, 5));
+    EXPECT_FALSE(img.Save(shortFile, 3));
+    EXPECT_FALSE(img.Save(shortFile, 6));
+    EXPECT_EQ(shortFile.GetPos(), 0);
+
+    qzmtest::TempDir dir;
+    img.Rectangle(0, 0, 2, 2, 1);
+    img.HLine(1, 0, 1, 0);
+    // A full palette: with fewer entries the BMP data offset points into the padding.
+    img.ReplacePalette(new QZMPal(256u));
+    img.palette->GenerateGreyScale(256);
+    std::string path = dir.file("i.bmp");
+    ASSERT_TRUE(img.SaveName(path.c_str(), 1));
+    QZMImage loaded(1, 1, 32);
+    loaded.SetClipping(0, 0, 0, 0);
+    ASSERT_TRUE(loaded.LoadName(path.c_str(), 0));
+    EXPECT_EQ(Art(loaded), "#.\n##\n");
+    EXPECT_EQ(loaded.pitch, 2u);
+    EXPECT_EQ(loaded.clipX2, 1);
+}
+
+TEST(ImageTest, Text) {
+    QZMFont font;
+    font.name = new char[2]{'f', 0};
+    font.pixels = new uint8_t[15]{1, 1, 1, 2, 3, 1, 0, 3, 2, 1, 1, 1, 0, 0, 0};
+    font.width = 5;
+    font.height = 3;
+    font.first = 'A';
+    font.last = 'B';
+    font.chars = new QZMChar[2]{{0, 0, 2, 3, 0}, {2, 0, 3, 2, 0}};
+    font.ascent = 3;
+    font.descent = 1;
+    font.spacing = 1;
+    font.white = 2;
+    font.bpp = 2;
+    const char* art = ".##.........\n.#.....###..\n.##....###..\n............\n";
+    const struct {
+        int y;
+        FontAlign align;
+    } aligns[] = {{0, ALIGN_TOP}, {3, ALIGN_BOTTOM}, {2, ALIGN_BASELINE}, {2, FontAlign(9)}};
+    for (const auto& a : aligns) {
+        QZMImage img(12, 4, 8);
+        img.Rectangle(0, 0, 12, 4, 0);
+        img.DrawText(1, a.y, "A BCA", 7, &font, a.align, -1);
+        ExpectPicture(img, art, 7);
+    }
+    QZMImage img(12, 4, 32);
+    img.Rectangle(0, 0, 12, 4, 0);
+    img.SetClipping(0, 0, 8, 1);
+    FontParams params{&font, ALIGN_TOP, {0, 10, 20, 30}};
+    img.DrawTextEx(1, 0, "A B", params, 2);
+    img.DrawTextEx(1, 0, "  B", params);
+    EXPECT_EQ(Art(img), ".##.........\n.#.....##...\n............\n............\n");
+    EXPECT_EQ(img.GetPixel(1, 1) + img.GetPixel(7, 1) + img.GetPixel(8, 1), 10u + 10u + 20u);
+}

@@ -1,0 +1,115 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <gtest/gtest.h>
+#include <qzm/gfx/Pal.h>
+#include <qzm/gfx/codec/Codecs.h>
+#include <qzm/gfx/Image.h>
+#include <qzm/io/File.h>
+#include <qzm/io/MemFile.h>
+#include "tests/support/TestSupport.h"
+
+namespace qzmtest {
+
+using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned&, unsigned&, QZMPal**,
+                        unsigned short&);
+
+/// One row per fixture file: the pixels and palette as the loader must give them.
+struct FixtureRow {
+    const char* file;
+    unsigned width, height, bpp;
+    uint32_t pixelSum;
+    unsigned paletteSize;
+    uint32_t paletteSum; ///< over red, green, blue of each entry
+};
+
+inline uint32_t Fnv1a(const uint8_t* p, size_t n, uint32_t h = 0x811C9DC5u) {
+    for (size_t i = 0; i < n; i++) h = (h ^ p[i]) * 0x01000193u;
+    return h;
+}
+
+/// The outputs of one loader call, freed with the object.
+struct Loaded {
+    unsigned char* pixels = nullptr;
+    unsigned width = 0, height = 0;
+    QZMPal* palette = nullptr;
+    unsigned short bpp = 0;
+    bool ok = false;
+
+    Loaded() = default;
+    Loaded(Loader load, QZMResFile& f) { ok = load(f, &pixels, width, height, &palette, bpp); }
+    Loaded(Loader load, const std::string& bytes) {
+        QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ,
+                     reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())));
+        ok = load(f, &pixels, width, height, &palette, bpp);
+    }
+    ~Loaded() {
+        delete[] pixels;
+        delete palette;
+    }
+    uint32_t PixelSum() const { return Fnv1a(pixels, size_t(width) * height * ((bpp + 7) / 8)); }
+    uint32_t PaletteSum() const {
+        uint32_t h = 0x811C9DC5u;
+        for (unsigned i = 0; palette && i < palette->size; i++)
+            h = Fnv1a(&palette->entries[i].r, 3, h);
+        return h;
+    }
+};
+
+/// Little-endian byte builder for hand-made files.
+struct Bytes {
+    std::string s;
+    Bytes& u8(unsigned v) { s += char(v); return *this; }
+    Bytes& u16(unsigned v) { return u8(v & 0xFF).u8(v >> 8 & 0xFF); }
+    Bytes& u32(uint32_t v) { return u16(v & 0xFFFF).u16(v >> 16); }
+    Bytes& str(const std::string& t) { s += t; return *this; }
+    Bytes& fill(size_t n, unsigned v = 0) { s.append(n, char(v)); return *this; }
+};
+
+/// The file that save(stream, image) writes to disk; "" when it returns false.
+inline std::string Saved(bool (*save)(QZMResFile&, QZMImage&), QZMImage& image) {
+    TempDir dir;
+    bool ok;
+    {
+        QZMFile f(dir.file("out").c_str(), QZMResFile::READWRITE | QZMResFile::TRUNC);
+        ok = save(f, image);
+    }
+    return ok ? ReadFile(dir.file("out")) : std::string();
+}
+
+inline std::string Fixture(const char* name) {
+    return ReadFile(std::string(QZM_TEST_DATA "/gfx/") + name);
+}
+
+/// Loads every fixture file of the table and compares it with its row.
+template <size_t N>
+void ExpectFixtures(Loader load, const FixtureRow (&rows)[N]) {
+    for (const FixtureRow& row : rows) {
+        SCOPED_TRACE(row.file);
+        Loaded img(load, Fixture(row.file));
+        ASSERT_TRUE(img.ok);
+        EXPECT_EQ(row.width, img.width);
+        EXPECT_EQ(row.height, img.height);
+        EXPECT_EQ(row.bpp, img.bpp);
+        EXPECT_EQ(row.pixelSum, img.PixelSum());
+        EXPECT_EQ(row.paletteSize, img.palette ? img.palette->size : 0u);
+        if (row.paletteSize) EXPECT_EQ(row.paletteSum, img.PaletteSum());
+        // A disk stream meets the end of the data differently from a memory one.
+        QZMFile disk((std::string(QZM_TEST_DATA "/gfx/") + row.file).c_str(), QZMResFile::READ);
+        Loaded fromDisk(load, disk);
+        EXPECT_TRUE(fromDisk.ok);
+        EXPECT_EQ(row.pixelSum, fromDisk.PixelSum());
+    }
+}
+
+/// Loads every truncation of every fixture: whatever the results, nothing may go out of bounds.
+template <size_t N>
+void LoadEveryPrefix(Loader load, const FixtureRow (&rows)[N]) {
+    LogCapture log;
+    for (const FixtureRow& row : rows) {
+        std::string bytes = Fixture(row.file);
+        for (size_t n = 1; n < bytes.size(); n++) Loaded(load, bytes.substr(0, n));
+    }
+}
+
+} // namespace qzmtest

@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+
+#include "tests/gfx/codec/CodecFixture.h"
+
+using namespace qzmtest;
+
+namespace {
+
+// Made by tests/data/gfx/make_fixtures.py; sums from Pillow's decoding of the same files.
+const FixtureRow kPcxFixtures[] = {
+    {"pcx8.pcx", 13, 7, 8, 0x2D78C5F8u, 256, 0x9BA57BE8u},
+    {"pcx8_runs.pcx", 40, 12, 8, 0x60301802u, 256, 0xE4298EDEu},
+    {"pcx24.pcx", 13, 7, 24, 0xF2D51B52u, 0, 0},
+    {"pcx24_runs.pcx", 40, 12, 24, 0x4F99D4C3u, 0, 0},
+};
+
+Bytes PcxHeader(unsigned version, unsigned bits, int width, int height, unsigned planes,
+                unsigned lineBytes) {
+    Bytes b;
+    b.u8(10).u8(version).u8(1).u8(bits).u32(0).u16(width - 1).u16(height - 1).u16(72).u16(72);
+    return b.fill(49).u8(planes).u16(lineBytes).u16(1).fill(58);
+}
+
+} // namespace
+
+TEST(PcxTest, FixturesLoadAsTheirMakersDecodeThem) { ExpectFixtures(Load_PCX, kPcxFixtures); }
+
+TEST(PcxTest, RunsStopAtTheEndOfEachPlaneLine) {
+    // Two planes of 3 bytes: a run of 5 is cut at the plane's end, and the second plane starts
+    // afresh; planes are stored last to first. Version 5 without the byte 12: no palette.
+    Bytes b = PcxHeader(5, 8, 3, 1, 2, 3);
+    b.u8(0xC5).u8(7).u8(0xC2).u8(8).u8(9).u8(1).u8(2);
+    Loaded img(Load_PCX, b.s);
+    ASSERT_TRUE(img.ok);
+    EXPECT_EQ(16, img.bpp);
+    EXPECT_EQ(nullptr, img.palette);
+    EXPECT_EQ(std::string("\10\7\10\7\11\7", 6), std::string((char*)img.pixels, 6));
+}
+
+TEST(PcxTest, MalformedFilesFailCleanly) {
+    const std::string refused[] = {
+        std::string("\12\5\1\10", 4),
+        PcxHeader(5, 8, 0, 4, 1, 2).s,
+        PcxHeader(5, 8, 4, 4, 0, 4).fill(16).s,
+        PcxHeader(5, 8, 30000, 30000, 3, 60000).fill(64).s,
+        PcxHeader(5, 8, 4, 4, 1, 4).s.replace(2, 1, "\2"),
+    };
+    for (const std::string& bytes : refused) EXPECT_FALSE(Loaded(Load_PCX, bytes).ok);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(Loaded(Load_PCX, PcxHeader(5, 1, 8, 8, 1, 2).fill(16).s).ok);
+    EXPECT_EQ("PCX: format not supported, 1 bits per pixel.\n",
+              testing::internal::GetCapturedStderr());
+
+    // Lines shorter than the width and data that ends early decode as zeros.
+    Bytes narrow = PcxHeader(0, 8, 4, 2, 1, 2);
+    narrow.u8(0xC2).u8(5).u8(6);
+    Loaded img(Load_PCX, narrow.s);
+    ASSERT_TRUE(img.ok);
+    EXPECT_EQ(std::string("\5\5\0\0\6\0\0\0", 8), std::string((char*)img.pixels, 8));
+}
+
+TEST(PcxTest, EveryPrefixOfEveryFixtureLoadsSafely) { LoadEveryPrefix(Load_PCX, kPcxFixtures); }
+
+TEST(PcxTest, SaveWritesTheLayoutByteForByte) {
+    QZMImage image(131, 1, 8);
+    memset(image.pixels, 4, 130);
+    image.pixels[130] = 0xC5;
+    image.ReplacePalette(new QZMPal(2u));
+    image.palette->entries[0] = QZMRGBA{1, 2, 3, 0};
+    image.palette->entries[1] = QZMRGBA{4, 5, 6, 0};
+    Bytes b = PcxHeader(5, 8, 131, 1, 1, 132);
+    b.u8(0xFF).u8(4).u8(0xFF).u8(4).u8(0xC4).u8(4).u8(0xC1).u8(0xC5).u8(0);
+    b.u8(12).u8(1).u8(2).u8(3).u8(4).u8(5).u8(6).fill(254 * 3);
+    EXPECT_EQ(b.s, Saved(Save_PCX, image));
+}
+
+TEST(PcxTest, SavesTrueColourWithThePitchAsLineLength) {
+    // Planes red, green, blue (last pixel byte first), each odd line with a zero after it; the
+    // line length field is the pitch, so the reader cannot take such a file back.
+    QZMImage image(1, 1, 24);
+    memcpy(image.pixels, "\1\2\3", 3);
+    Bytes b = PcxHeader(5, 8, 1, 1, 3, 4);
+    b.u8(3).u8(0).u8(2).u8(0).u8(1).u8(0);
+    EXPECT_EQ(b.s, Saved(Save_PCX, image));
+    QZMImage wide(1, 1, 16);
+    EXPECT_EQ("", Saved(Save_PCX, wide));
+}
+
+TEST(PcxTest, SavedPalettedImagesLoadBack) {
+    QZMImage image(5, 3, 8);
+    for (unsigned i = 0; i < 15; i++) image.pixels[i] = uint8_t(i / 4 * 70);
+    image.ReplacePalette(new QZMPal(256u));
+    image.palette->GenerateGreyScale(256);
+    Loaded back(Load_PCX, Saved(Save_PCX, image));
+    ASSERT_TRUE(back.ok);
+    EXPECT_EQ(Fnv1a(image.pixels, 15), back.PixelSum());
+    EXPECT_EQ(255, back.palette->entries[255].g);
+}
