@@ -4,11 +4,12 @@
 #include <qzm/gfx/codec/Codecs.h>
 #include <qzm/io/MemFile.h>
 
-#include <SDL_image.h>
-#include <benchmark/benchmark.h>
+#include "LoadBench.h"
 
 #include <cstring>
 #include <string>
+
+using namespace qzmbench;
 
 namespace {
 
@@ -20,9 +21,6 @@ uint8_t Shade(unsigned x, unsigned y, unsigned channel) {
     return uint8_t((x / 16) * 7 + (y / 8) * 3 + channel * 50);
 }
 
-void Put(std::string& s, uint32_t v, unsigned bytes) {
-    for (unsigned i = 0; i < bytes; i++) s += char(v >> (8 * i));
-}
 
 // Runs of up to 255 equal bytes per row, each row closed by an end of line; the library has no
 // RLE writer.
@@ -110,37 +108,14 @@ const std::string& File(int which) {
     return files[which];
 }
 
-using LoadFn = bool (*)(QZMResFile&, unsigned char**, unsigned&, unsigned&, QZMPal**,
-                        unsigned short&);
-
 enum FileKind { BMP24, BMP8_RLE, PCX8, PCX24 };
 
 void QzmLoad(benchmark::State& state, LoadFn load, int which) {
-    const std::string& bytes = File(which);
-    unsigned char* pixels = nullptr;
-    QZMPal* palette = nullptr;
-    unsigned width, height;
-    unsigned short bpp;
-    for (auto _ : state) {
-        QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ,
-                     reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())));
-        if (!load(f, &pixels, width, height, &palette, bpp)) state.SkipWithError("load failed");
-        benchmark::DoNotOptimize(pixels);
-    }
-    delete[] pixels;
-    delete palette;
-    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(bytes.size()));
+    QzmLoadBytes(state, load, File(which));
 }
 
 void SdlLoad(benchmark::State& state, int which) {
-    const std::string& bytes = File(which);
-    for (auto _ : state) {
-        SDL_Surface* surface = IMG_Load_RW(SDL_RWFromConstMem(bytes.data(), int(bytes.size())), 1);
-        if (!surface) state.SkipWithError("IMG_Load_RW failed");
-        benchmark::DoNotOptimize(surface);
-        SDL_FreeSurface(surface);
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(bytes.size()));
+    SdlLoadBytes(state, File(which), nullptr);
 }
 
 void QzmSave(benchmark::State& state, bool (*save)(QZMResFile&, QZMImage&), unsigned bpp) {

@@ -8,6 +8,8 @@ namespace {
 
 const char* const kAssets = "demo_assets";
 const char* const kScene = "demo_scene.bmp";
+const char* const kSceneTga = "demo_scene.tga";
+const unsigned kCoinFrame = 16; // sprites.gif holds four coin frames side by side
 const unsigned kKey = 0xFF00FF; // transparent colour of the sprite
 
 // 5x7 glyphs for ' ' to 'Z', one byte per row, bit 4 on the left.
@@ -113,7 +115,33 @@ bool MakeAssets() {
     return SaveFont(font.data) && SaveSprite(sprite.data);
 }
 
-void DrawScene(QZMImage& scene, QZMImage& ship, QZMFont& font) {
+// The sheet is 8-bit with a palette and the scene 32-bit: look every pixel up, index 0 (the
+// sheet's transparent colour) becoming the scene's key.
+bool ToTrueColour(const QZMImage& sheet, QZMImage& out) {
+    if (sheet.bpp != 8 || !sheet.palette || !out.NewFormat(sheet.width, sheet.height, 32))
+        return false;
+    for (unsigned y = 0; y < sheet.height; y++)
+        for (unsigned x = 0; x < sheet.width; x++) {
+            unsigned index = sheet.pixels[y * sheet.pitch + x];
+            unsigned colour = kKey;
+            if (index != 0 && index < sheet.palette->size) {
+                const QZMRGBA& c = sheet.palette->entries[index];
+                colour = unsigned(c.r) << 16 | unsigned(c.g) << 8 | c.b;
+            }
+            out.Rectangle(x, y, 1, 1, colour);
+        }
+    return true;
+}
+
+void DrawCoins(QZMImage& scene, QZMImage& coins) {
+    for (int i = 0; i < 8; i++) {
+        int frame = i % 4;
+        scene.TCopyImage(30 + i * 34, 150, kKey, &coins, frame * kCoinFrame, 0, kCoinFrame,
+                         kCoinFrame);
+    }
+}
+
+void DrawScene(QZMImage& scene, QZMImage& ship, QZMImage& coins, QZMFont& font) {
     scene.Gradient(0, 0, scene.width, scene.height, 0x101040, 0x60A0F0, 0);
     scene.Rectangle(0, 170, scene.width, 30, 0x206020);
     scene.Disk(260, 40, 22, 0xF0E060);
@@ -126,6 +154,7 @@ void DrawScene(QZMImage& scene, QZMImage& ship, QZMFont& font) {
     for (int i = 0; i < 5; i++)
         scene.TCopyImage(40 + i * 50, 60 + (i % 2) * 30, kKey, &ship, 0, 0, ship.width,
                          ship.height);
+    DrawCoins(scene, coins);
     scene.DrawText(20, 20, "QZM DEMO SCENE", 0xFFFFFF, &font, ALIGN_TOP);
     scene.DrawText(20, 190, "SCORE: 12000", 0xFFFF00, &font, ALIGN_BOTTOM);
 }
@@ -134,18 +163,26 @@ void DrawScene(QZMImage& scene, QZMImage& ship, QZMFont& font) {
 
 bool RunSceneDemo() {
     if (!MakeAssets()) return false;
+    // What the demo made comes first; the data it ships (the GIF sprite sheet) comes after.
     QZMResFinder finder;
-    if (!finder.AddSource(kAssets, false)) return false;
+    if (!finder.AddSource(kAssets, false) || !finder.AddSource(QZM_DEMO_DATA, false))
+        return false;
     QZMResMgr manager(finder);
     auto* font = static_cast<QZMFont*>(manager.Load(QZMResMgr::TYPE_FONT, "font.qzmf", 0, true));
     auto* ship = static_cast<QZMImage*>(manager.Load(QZMResMgr::TYPE_IMAGE, "ship.bmp", 0, true));
-    if (!font || !ship) return false;
-
-    QZMImage scene(320, 200, 32);
-    DrawScene(scene, *ship, *font);
-    bool saved = scene.SaveName(kScene, 1);
-    if (saved) printf("scene rendered with font %s and sprite ship.bmp, saved as %s\n", font->name, kScene);
-    manager.Release(font);
-    manager.Release(ship);
-    return saved;
+    auto* sheet = static_cast<QZMImage*>(manager.Load(QZMResMgr::TYPE_IMAGE, "sprites.gif", 0, true));
+    QZMImage coins(0, 0, 32);
+    bool ok = font && ship && sheet && ToTrueColour(*sheet, coins);
+    if (ok) {
+        QZMImage scene(320, 200, 32);
+        DrawScene(scene, *ship, coins, *font);
+        ok = scene.SaveName(kScene, 1) && scene.SaveName(kSceneTga, 5);
+        if (ok)
+            printf("scene drawn with font %s, ship.bmp and the coins of sprites.gif; saved as %s "
+                   "and %s\n", font->name, kScene, kSceneTga);
+    }
+    if (font) manager.Release(font);
+    if (ship) manager.Release(ship);
+    if (sheet) manager.Release(sheet);
+    return ok;
 }

@@ -23,13 +23,13 @@ struct ImageCodec {
 
 // Indexed by format code. Code 0 loads undetected data as PCX; its writer is chosen by depth.
 const ImageCodec g_codecs[] = {
-    {Load_PCX, nullptr},  // 0
-    {Load_BMP, Save_BMP}, // 1
-    {Load_PCX, Save_PCX}, // 2
-    {nullptr, nullptr},   // 3 GIF
-    {nullptr, nullptr},   // 4 TGA
-    {nullptr, nullptr},   // 5 TGA RLE
-    {Load_FONT, nullptr}, // 6
+    {Load_PCX, nullptr},     // 0
+    {Load_BMP, Save_BMP},    // 1
+    {Load_PCX, Save_PCX},    // 2
+    {Load_GIF, nullptr},     // 3 GIF, read only
+    {Load_TGA, Save_TGA},    // 4 TGA
+    {nullptr, Save_TGA_RLE}, // 5 TGA RLE
+    {Load_FONT, nullptr},    // 6
 };
 const int kCodecCount = sizeof(g_codecs) / sizeof(g_codecs[0]);
 const int kSavePCX = 2;

@@ -24,6 +24,8 @@ uint64_t SheetRowBytes(uint32_t width, unsigned depth) {
 bool ReadSheet(QZMResFile& f, uint8_t* dst, uint32_t width, uint32_t height, unsigned depth) {
     if (!IsSheetDepth(depth)) return false;
     uint64_t rowBytes = SheetRowBytes(width, depth);
+    // An empty sheet reads nothing: skip the row walk (and its row buffer) altogether.
+    if (rowBytes == 0 || height == 0) return true;
     if (depth > 2) {
         uint64_t total = rowBytes * height;
         return total <= UINT32_MAX && f.Read(dst, unsigned(total)) == total;

@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <qzm/gfx/codec/internal/TgaRle.h>
+
+#include "tests/gfx/codec/CodecFixture.h"
+
+using namespace qzmtest;
+using QZM::internal::RLE_Encode_Line;
+
+namespace {
+
+// Made by tests/data/gfx/make_gif_tga.py; sums from Pillow's decoding of the same files.
+const FixtureRow kTgaFixtures[] = {
+    {"tga_grey_bu.tga", 17, 9, 8, 0x8707BF12u, 0, 0},
+    {"tga_grey_netpbm.tga", 17, 9, 8, 0x8707BF12u, 0, 0},
+    {"tga_grey_rle_td.tga", 17, 9, 8, 0x8707BF12u, 0, 0},
+    {"tga_map_bu.tga", 13, 7, 8, 0x25E659F1u, 24, 0xDB34887Du},
+    {"tga_map_rle.tga", 13, 7, 8, 0x25E659F1u, 24, 0xDB34887Du},
+    {"tga_map_td.tga", 13, 7, 8, 0xA49664B9u, 24, 0xDB34887Du},
+    {"tga_rgb24_bu.tga", 29, 11, 24, 0xD21F5248u, 0, 0},
+    {"tga_rgb24_netpbm_rle.tga", 29, 11, 24, 0xD21F5248u, 0, 0},
+    {"tga_rgb24_rle.tga", 29, 11, 24, 0xCC636BB4u, 0, 0},
+    {"tga_rgb24_td.tga", 29, 11, 24, 0xD21F5248u, 0, 0},
+    {"tga_rgba32_bu.tga", 29, 11, 32, 0xFCAF203Eu, 0, 0},
+    {"tga_rgba32_rle_td.tga", 29, 11, 32, 0x10DB6186u, 0, 0},
+};
+
+Bytes TgaHeader(unsigned cmType, unsigned type, unsigned cmStart, unsigned cmLen, unsigned cmBits,
+                unsigned width, unsigned height, unsigned depth, unsigned descriptor) {
+    Bytes b;
+    b.u8(0).u8(cmType).u8(type).u16(cmStart).u16(cmLen).u8(cmBits).u32(0);
+    return b.u16(width).u16(height).u8(depth).u8(descriptor);
+}
+
+std::string Pixels(const Loaded& img) {
+    return std::string((char*)img.pixels, img.width * img.height * ((img.bpp + 7) / 8));
+}
+
+} // namespace
+
+TEST(TgaTest, FixturesLoadAsTheirMakersDecodeThem) { ExpectFixtures(Load_TGA, kTgaFixtures); }
+
+TEST(TgaTest, EveryPrefixOfEveryFixtureLoadsSafely) { LoadEveryPrefix(Load_TGA, kTgaFixtures); }
+
+TEST(TgaTest, PacketsRunAcrossRowsAndAlphaIsInverted) {
+    // Bottom-up 3x2 at 32 bits: a run of 4 fills the last row and spills into the first.
+    Bytes b = TgaHeader(0, 10, 0, 0, 0, 3, 2, 32, 8);
+    b.u8(0x83).u32(0x00332211).u8(0x01).u32(0xFF010203).u32(0x10445566);
+    Loaded img(Load_TGA, b.s);
+    ASSERT_TRUE(img.ok);
+    EXPECT_EQ(Bytes().u32(0xFF332211).u32(0x00010203).u32(0xEF445566)
+                  .u32(0xFF332211).u32(0xFF332211).u32(0xFF332211).s, Pixels(img));
+    Bytes top = TgaHeader(0, 2, 0, 0, 0, 1, 2, 8, 0x20).u8(1).u8(2);
+    Bytes bottom = TgaHeader(0, 2, 0, 0, 0, 1, 2, 8, 0).u8(2).u8(1);
+    EXPECT_EQ(Pixels(Loaded(Load_TGA, top.s)), Pixels(Loaded(Load_TGA, bottom.s)));
+}
+
+TEST(TgaTest, RowCoderPicksRawAndRunPackets) {
+    uint8_t out[1024];
+    const uint8_t abbbc[] = {1, 3, 3, 3, 4};
+    ASSERT_EQ(6, RLE_Encode_Line(abbbc, 5, out, 1));
+    EXPECT_EQ(std::string("\0\1\x82\3\0\4", 6), std::string((char*)out, 6));
+    std::string same(200 * 3, '\x07');
+    ASSERT_EQ(8, RLE_Encode_Line((const uint8_t*)same.data(), 200, out, 3));
+    EXPECT_EQ(std::string("\xFF\7\7\7\xC7\7\7\7"), std::string((char*)out, 8));
+    // Worst case, no two neighbours equal: raw packets of 128, 128 and 44 pixels.
+    uint8_t row[300 * 3];
+    for (unsigned i = 0; i < sizeof row; i++) row[i] = uint8_t(i / 3 % 2);
+    ASSERT_EQ(300 * 3 + 3, RLE_Encode_Line(row, 300, out, 3));
+    EXPECT_EQ(127, out[0]);
+    EXPECT_EQ(43, out[2 + 256 * 3]);
+    EXPECT_EQ(0, RLE_Encode_Line(row, 0, out, 3));
+}
+
+TEST(TgaTest, WritersProduceTheLayoutByteForByte) {
+    QZMImage mapped(2, 2, 8);
+    memcpy(mapped.pixels, "\1\2\3\4", 4);
+    mapped.ReplacePalette(new QZMPal(16u));
+    for (unsigned i = 0; i < 16; i++) mapped.palette->entries[i] = QZMRGBA{uint8_t(i), 2, 3, 4};
+    Bytes raw = TgaHeader(1, 1, 0, 16, 24, 2, 2, 8, 0);
+    for (unsigned i = 0; i < 16; i++) raw.u8(3).u8(2).u8(i);
+    EXPECT_EQ(raw.str("\3\4\1\2").s, Saved(Save_TGA, mapped));
+
+    QZMImage rgba(3, 1, 32);
+    memcpy(rgba.pixels, "\1\2\3\0\1\2\3\0\5\6\7\x80", 12);
+    Bytes rle = TgaHeader(0, 10, 0, 0, 0, 3, 1, 32, 8).u8(0x81).u32(0x00030201);
+    EXPECT_EQ(rle.u8(0).u32(0x80070605).s, Saved(Save_TGA_RLE, rgba));
+    QZMImage grey(1, 1, 8);
+    grey.pixels[0] = 9;
+    EXPECT_EQ(TgaHeader(0, 2, 0, 0, 0, 1, 1, 8, 0).u8(9).s, Saved(Save_TGA, grey));
+
+    LogCapture log;
+    QZMImage deep(2, 2, 16);
+    EXPECT_EQ("", Saved(Save_TGA, deep));
+    EXPECT_EQ("", Saved(Save_TGA_RLE, deep));
+    EXPECT_EQ("TGA: can not handle 16 bits image.\nTGA: can not handle 16 bits image.\n",
+              log.text());
+}
+
+TEST(TgaTest, SavedImagesLoadBack) {
+    for (unsigned bpp : {8u, 24u, 32u}) {
+        QZMImage image(131, 3, bpp);
+        for (unsigned i = 0; i < image.pitch * image.height; i++)
+            image.pixels[i] = uint8_t(i % 7 < 4 ? 50 : i * 13);
+        for (auto save : {Save_TGA, Save_TGA_RLE}) {
+            Loaded back(Load_TGA, Saved(save, image));
+            ASSERT_TRUE(back.ok);
+            std::string expected((char*)image.pixels, image.pitch * image.height);
+            for (size_t i = 3; bpp == 32 && i < expected.size(); i += 4)
+                expected[i] = char(255 - uint8_t(expected[i]));
+            EXPECT_EQ(expected, Pixels(back));
+        }
+    }
+}
+
+TEST(TgaTest, MalformedFilesFailCleanly) {
+    LogCapture log;
+    struct Case { std::string bytes; const char* messages; };
+    const Case cases[] = {
+        {TgaHeader(2, 1, 0, 0, 0, 2, 2, 8, 0).fill(4).s, "TGA:: bad format\n"},
+        {TgaHeader(0, 4, 0, 0, 0, 2, 2, 8, 0).fill(4).s, "TGA:: Unsupported type 4\n"},
+        {std::string(2, '\0'), "TGA:: Unsupported type 0\n"},
+        {TgaHeader(0, 2, 0, 0, 0, 2, 2, 12, 0).fill(8).s, "TGA:: bad format\n"},
+        {TgaHeader(1, 2, 0, 2, 24, 2, 2, 24, 0).fill(18).s, "TGA: Error colormap in 24 bits mode\n"},
+        {TgaHeader(1, 1, 0, 2, 16, 2, 2, 8, 0).fill(8).s,
+         "TGA: error in colormap depth = 2 bytes.\n"},
+        {TgaHeader(1, 1, 0, 300, 24, 2, 2, 8, 0).fill(10).s, "TGA: Error reading palette\n"},
+        {TgaHeader(1, 1, 5, 2, 32, 2, 2, 8, 0).fill(24).s,
+         "TGA: Error, cmstart > cmlen !\nTGA: Error reading palette\n"},
+        {TgaHeader(0, 2, 0, 0, 0, 65535, 65535, 32, 0).fill(64).s, "TGA: not enough memory\n"},
+        {TgaHeader(0, 10, 0, 0, 0, 65535, 65535, 8, 0).fill(64, 0xFF).s,
+         "TGA: not enough memory\n"},
+        {TgaHeader(0, 10, 0, 0, 0, 3, 2, 24, 0).u8(0x82).fill(3).s,
+         "TGA: Error reading data, line 0, x= 0"},
+        {TgaHeader(0, 10, 0, 0, 0, 4, 2, 24, 0x20).u8(0x83).fill(3).u8(2).fill(6).s,
+         "TGA: Error reading data, line 1, x= 2"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_FALSE(Loaded(Load_TGA, c.bytes).ok);
+        EXPECT_EQ(c.messages, log.text());
+    }
+    // A packet past the last pixel is cut; a colour map of length 0 drops the palette.
+    Loaded cut(Load_TGA, TgaHeader(0, 10, 0, 0, 0, 2, 1, 8, 0).u8(0xFF).u8(5).s);
+    EXPECT_EQ("\5\5", Pixels(cut));
+    QZMPal* old = new QZMPal(4u);
+    Loaded none;
+    std::string noMap = TgaHeader(1, 1, 0, 0, 24, 1, 1, 8, 0).u8(3).s;
+    QZMMemFile f(unsigned(noMap.size()), QZMResFile::READ, (unsigned char*)&noMap[0]);
+    none.palette = old;
+    EXPECT_TRUE(Load_TGA(f, &none.pixels, none.width, none.height, &none.palette, none.bpp));
+    EXPECT_EQ(nullptr, none.palette);
+}
+
+// QZMImage reaches GIF and TGA through its format codes, detection included.
+TEST(TgaTest, ImageFormatCodesReachGifAndTga) {
+    struct Case { const char* file; Loader load; };
+    for (Case c : {Case{"gif_89a_interlaced.gif", Load_GIF}, Case{"tga_rgb24_bu.tga", Load_TGA}}) {
+        std::string path = std::string(QZM_TEST_DATA "/gfx/") + c.file;
+        QZMImage image(0, 0, 8);
+        ASSERT_TRUE(image.LoadName(path.c_str(), 0)) << c.file;
+        Loaded direct(c.load, Fixture(c.file));
+        ASSERT_TRUE(direct.ok);
+        EXPECT_EQ(image.width, direct.width);
+        EXPECT_EQ(std::string((char*)image.pixels, image.pitch * image.height), Pixels(direct));
+    }
+
+    QZMImage deep(40, 3, 32);
+    for (unsigned i = 0; i < deep.pitch * deep.height; i++) deep.pixels[i] = uint8_t(i / 9);
+    auto savedAs = [&](int format) {
+        TempDir dir;
+        std::string path = dir.file("out");
+        bool ok = deep.SaveName(path.c_str(), format);
+        return ok ? ReadFile(path) : std::string("refused");
+    };
+    EXPECT_EQ(savedAs(0), Saved(Save_TGA_RLE, deep));
+    EXPECT_EQ(savedAs(4), Saved(Save_TGA, deep));
+    EXPECT_EQ(savedAs(5), Saved(Save_TGA_RLE, deep));
+    EXPECT_EQ(savedAs(3), "refused");
+}
