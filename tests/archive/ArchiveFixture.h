@@ -1,7 +1,9 @@
 #pragma once
-// Byte builders for hand-made archive layouts and a fixture that works inside a temporary
+// Byte builders for hand-made archive layouts and fixtures that work inside a temporary
 // directory (archive edits put their temporary file in the current directory).
 #include "tests/support/TestSupport.h"
+
+#include <qzm/archive/FileProvider.h>
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,7 @@
 #include <csignal>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qzmtest {
 
@@ -26,14 +29,25 @@ inline std::string Header(const char* magic, uint32_t dirOffset, uint32_t third)
     return magic + LE32(dirOffset) + LE32(third);
 }
 
+using Names = std::vector<std::string>;
+
+/// The provider's names in sorted order, each followed by its size when asked.
+inline Names Order(const QZMFileProvider& p, bool sizes = false) {
+    Names names;
+    for (QZMFileProvider::iterator it(p); !it.AtEnd(); it.Next()) {
+        unsigned i = unsigned(it.Index());
+        names.push_back(p.FileName(i) + (sizes ? std::to_string(p.FileSize(i)) : ""));
+    }
+    return names;
+}
+
 /// Writes of any file stop at `bytes` while alive, as on a full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) {
         signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &old);
-        rlimit limited = old;
-        limited.rlim_cur = bytes;
+        rlimit limited = {bytes, old.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limited);
     }
     ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &old); }
@@ -60,7 +74,21 @@ protected:
     }
 
     TempDir dir;
+    std::string path = dir.file("test.arc");
     char oldDir[4096];
+};
+
+/// An archive object of format A for the file at path.
+template <class A> class ArchiveOf : public ArchiveFixture {
+protected:
+    /// Whether a fresh archive of format A opens these bytes, written at path.
+    bool Opens(const std::string& bytes) {
+        WriteFile(path, bytes);
+        A other;
+        return other.Open(path.c_str());
+    }
+
+    A arch;
 };
 
 } // namespace qzmtest

@@ -7,13 +7,12 @@
 #include <sys/stat.h>
 
 #include <memory>
-#include <vector>
 
 using namespace qzmtest;
 
 namespace {
 
-class ArchiveTest : public ArchiveFixture {
+class ArchiveTest : public ArchiveOf<QZMArchQZM> {
 protected:
     // Members in file order: b.txt (3 bytes), A.dat (1), c (2), b.txt again (4).
     void SetUp() override {
@@ -27,42 +26,22 @@ protected:
     void Add(const char* name, const std::string& bytes, time_t date) {
         ASSERT_GE(arch.AddFile(Make("src", bytes, date).c_str(), name), 0);
     }
-    std::vector<std::string> Order() const {
-        std::vector<std::string> names;
-        for (QZMFileProvider::iterator it(arch); !it.AtEnd(); it.Next())
-            names.push_back(arch.FileName(unsigned(it.Index())) + std::to_string(arch.FileSize(it.Index())));
-        return names;
-    }
-
-    QZMArchQZM arch;
-    std::string path = dir.file("base.qzm");
 };
-
-using V = std::vector<std::string>;
 
 } // namespace
 
 TEST_F(ArchiveTest, FindArchiveFormatCodes) {
-    auto code = [&](const std::string& bytes) {
-        WriteFile(dir.file("f"), bytes);
-        return QZMArchive::FindArchiveFormat(dir.file("f").c_str());
-    };
     EXPECT_EQ(QZMArchive::FindArchiveFormat(path.c_str()), 1);
-    EXPECT_EQ(code("PACK"), 2);
-    EXPECT_EQ(QZMArchive::OpenArchive(dir.file("f").c_str()), nullptr);
-    EXPECT_EQ(code("BIFFV1  rest"), 4);
-    EXPECT_EQ(code(std::string("\0\0\0\0\0\0", 6)), 5);
-    EXPECT_EQ(code(std::string("\1\0\2\0\0\0", 6) + std::string(14, 'x')), 5);
-    EXPECT_EQ(code("Copyright (c) 1997 Ensemble Studios"), 6);
-    EXPECT_EQ(code("rass"), 7);
-    EXPECT_EQ(code("PK\3\4zip"), 8);
-    EXPECT_EQ(code(""), 0);
-    EXPECT_EQ(code("plain text file"), 0);
-
-    std::unique_ptr<QZMArchive> opened(QZMArchive::OpenArchive("base.qzm"));
-    ASSERT_NE(opened, nullptr);
-    EXPECT_EQ(opened->type, 1);
-    EXPECT_EQ(std::string(opened->Name()), path); // made absolute
+    // The bare index: n 12-byte records and a body of b bytes, n and b in its first 6 bytes.
+    const std::pair<std::string, int> heads[] = {
+        {"BIFFV1  rest", 4}, {std::string(6, '\0'), 5}, {std::string("\1\0\2\0\0\0", 6) + "<14 body bytes", 5},
+        {"Copyright (c) 1997 Ensemble Studios", 6}, {"rass", 7}, {"PK\3\4zip", 8}, {"", 0},
+        {"plain text file", 0}, {"PACK", 2}};
+    for (const auto& [bytes, format] : heads) {
+        WriteFile(dir.file("f"), bytes);
+        EXPECT_EQ(QZMArchive::FindArchiveFormat(dir.file("f").c_str()), format) << bytes;
+    }
+    EXPECT_EQ(QZMArchive::OpenArchive(dir.file("f").c_str()), nullptr); // "PACK" alone does not open
 }
 
 TEST_F(ArchiveTest, FindFileTakesTheFirstExactName) {
@@ -77,9 +56,11 @@ TEST_F(ArchiveTest, FindFileTakesTheFirstExactName) {
     EXPECT_EQ(arch.TotalSize(), 7u);
 }
 
-TEST_F(ArchiveTest, MemberStreamsOutliveTheArchive) {
-    std::unique_ptr<QZMArchive> opened(QZMArchive::OpenArchive(path.c_str()));
+TEST_F(ArchiveTest, OpenArchiveGivesMemberStreamsThatOutliveIt) {
+    std::unique_ptr<QZMArchive> opened(QZMArchive::OpenArchive("test.arc"));
     ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(opened->type, 1);
+    EXPECT_EQ(std::string(opened->Name()), path); // made absolute
     std::unique_ptr<QZMResFile> c(opened->OpenFile("c"));
     opened.reset();
     ASSERT_NE(c, nullptr);
@@ -99,17 +80,15 @@ TEST_F(ArchiveTest, ExtractAllAndCopyFile) {
 }
 
 TEST_F(ArchiveTest, SortOrders) {
-    EXPECT_EQ(Order(), (V{"b.txt3", "A.dat1", "c2", "b.txt4"}));
-    arch.Sort(QZMFileProvider::SORT_NAME);
-    EXPECT_EQ(Order()[3], "c2");
+    EXPECT_EQ(Order(arch, true), (Names{"b.txt3", "A.dat1", "c2", "b.txt4"}));
     arch.Sort(QZMFileProvider::SORT_SIZE | QZMFileProvider::SORT_REVERSE);
-    EXPECT_EQ(Order(), (V{"b.txt4", "b.txt3", "c2", "A.dat1"}));
+    EXPECT_EQ(Order(arch, true), (Names{"b.txt4", "b.txt3", "c2", "A.dat1"}));
     arch.Sort(QZMFileProvider::SORT_DATE);
-    EXPECT_EQ(Order(), (V{"A.dat1", "c2", "b.txt3", "b.txt4"}));
+    EXPECT_EQ(Order(arch, true), (Names{"A.dat1", "c2", "b.txt3", "b.txt4"}));
     arch.Sort(QZMFileProvider::SORT_EXT);
-    EXPECT_EQ(Order(), (V{"c2", "A.dat1", "b.txt4", "b.txt3"})); // equal keys: quicksort order
+    EXPECT_EQ(Order(arch, true), (Names{"c2", "A.dat1", "b.txt4", "b.txt3"})); // equal keys: quicksort order
     arch.Sort(0); // renumbers only; the flags stay
-    EXPECT_EQ(Order(), (V{"b.txt3", "A.dat1", "c2", "b.txt4"}));
+    EXPECT_EQ(Order(arch, true), (Names{"b.txt3", "A.dat1", "c2", "b.txt4"}));
     EXPECT_EQ(arch.sortKey, QZMFileProvider::SORT_EXT);
 
     QZMFileProvider::iterator it(arch, 2);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <tuple>
 
 TEST(MathTest, EqualBoundsAreStrictAndAngleBoundsLopsided) {
     EXPECT_FALSE(QZM::Equalf(1.0f, 1.5f, 0.5f));
@@ -10,11 +11,9 @@ TEST(MathTest, EqualBoundsAreStrictAndAngleBoundsLopsided) {
     EXPECT_FALSE(QZM::Equalf(NAN, 1.0f, 10.0f));
     EXPECT_FALSE(QZM::Equald(-1.0, -1.5, 0.5));
 
-    EXPECT_EQ(QZM::Angle2PI(360), 360);
-    EXPECT_EQ(QZM::Angle2PI(720), 360);
-    EXPECT_EQ(QZM::Angle2PI(-360), 0);
-    EXPECT_EQ(QZM::Angle2PI(-90), 270);
-    EXPECT_EQ(QZM::Angle2PI(725), 5);
+    for (auto [in, out] : {std::pair{360.f, 360.f}, {720.f, 360.f}, {-360.f, 0.f},
+                            {-90.f, 270.f}, {725.f, 5.f}})
+        EXPECT_EQ(QZM::Angle2PI(in), out) << in;
     EXPECT_TRUE(std::isnan(QZM::Angle2PI(NAN)));
     // Where a step of 360 no longer moves the float the call must still return.
     float far = QZM::Angle2PI(-1e20f);
@@ -23,19 +22,16 @@ TEST(MathTest, EqualBoundsAreStrictAndAngleBoundsLopsided) {
 }
 
 TEST(MathTest, AngleDiffCorrectsOnce) {
-    EXPECT_EQ(QZM::AngleDiff(350, 10), 20);
-    EXPECT_EQ(QZM::AngleDiff(10, 350), -20);
-    EXPECT_EQ(QZM::AngleDiff(0, 180), 180);
-    EXPECT_EQ(QZM::AngleDiff(0, -180), -180);
-    EXPECT_EQ(QZM::AngleDiff(0, 600), 240);
+    // Both bounds stay; 600 is corrected once only.
+    for (auto [from, to, d] : {std::tuple{350.f, 10.f, 20.f}, {10.f, 350.f, -20.f}, {0.f, 180.f, 180.f},
+                               {0.f, -180.f, -180.f}, {0.f, 600.f, 240.f}})
+        EXPECT_EQ(QZM::AngleDiff(from, to), d) << from << " " << to;
 }
 
 TEST(MathTest, VectorAngleQuadrants) {
-    EXPECT_NEAR(QZM::VectorAngle(0, 0, 1, 1), 45, 1e-4);
-    EXPECT_NEAR(QZM::VectorAngle(0, 0, -1, 1), 135, 1e-4);
-    EXPECT_NEAR(QZM::VectorAngle(0, 0, -1, -1), 225, 1e-4);
-    EXPECT_NEAR(QZM::VectorAngle(2, 3, 2 + std::sqrt(3.0f), 4), 30, 1e-3);
-    EXPECT_EQ(QZM::VectorAngle(0, 0, 0, 0), 90);
-    EXPECT_EQ(QZM::VectorAngle(0, 0, 0, -5), 270);
-    EXPECT_EQ(QZM::VectorAngle(0, 0, -5, 0), 180);
+    // From (2, 3): the four quadrants, then the axes (two equal points give 90).
+    const float r3 = std::sqrt(3.0f);
+    for (auto [dx, dy, a] : {std::tuple{r3, 1.f, 30.f}, {-1.f, 1.f, 135.f}, {-1.f, -1.f, 225.f},
+                             {r3, -1.f, 330.f}, {0.f, 0.f, 90.f}, {0.f, -5.f, 270.f}, {-5.f, 0.f, 180.f}})
+        EXPECT_NEAR(QZM::VectorAngle(2, 3, 2 + dx, 3 + dy), a, 1e-3) << dx << " " << dy;
 }

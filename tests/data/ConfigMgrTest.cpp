@@ -113,24 +113,14 @@ TEST_F(ConfigTest, FileLinesSplitOnBlanksAndStopAtAnOverlongLine) {
     EXPECT_TRUE(File(fits + "\nwidth 1\ntitle " + std::string(5000, 'y') + "\nwidth 2\n"));
     EXPECT_EQ(TitleOf(), fits.substr(6));
     EXPECT_EQ(IntOf("width"), 1);
-
-    // The game applies the command line after the file, so the command line wins.
-    EXPECT_TRUE(File("width 1024\nvolume 9\n"));
-    EXPECT_TRUE(CommandLine({"-width", "640"}));
-    EXPECT_EQ(IntOf("width"), 640);
-    EXPECT_EQ(IntOf("volume"), 9);
 }
 
 TEST_F(ConfigTest, SaveWritesEveryTypeByteExact) {
     for (int yearField : {105, 99}) {
         struct tm fields = {};
-        fields.tm_year = yearField;
-        fields.tm_mday = 1;
-        fields.tm_hour = 12;
-        fields.tm_isdst = -1;
-        long seconds = static_cast<long>(mktime(&fields));
+        fields.tm_year = yearField, fields.tm_mday = 1, fields.tm_hour = 12, fields.tm_isdst = -1;
         cfg.AddParameter(yearField == 99 ? "old" : "date", QZMConfigMgr::CFG_DATE,
-                         Of(&Value::dateValue, seconds));
+                         Of(&Value::dateValue, static_cast<long>(mktime(&fields))));
     }
     cfg.AddParameter("half", QZMConfigMgr::CFG_FLOAT, Of(&Value::floatValue, 0.5f));
     cfg.AddParameter("tiny", QZMConfigMgr::CFG_FLOAT, Of(&Value::floatValue, 1.5e-7f));

@@ -18,10 +18,9 @@ Bytes FontFile(unsigned version, uint32_t first, uint32_t last, uint32_t width, 
     return b.u32(width).u32(height).u8(depth).str(rows);
 }
 
-QZMFont* FontFrom(const std::string& bytes) {
-    QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ,
-                 reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())));
-    QZMFont* font = new QZMFont;
+std::unique_ptr<QZMFont> FontFrom(const std::string& bytes) {
+    QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ, (unsigned char*)bytes.data());
+    std::unique_ptr<QZMFont> font(new QZMFont);
     EXPECT_TRUE(font->Load(f, 0));
     return font;
 }
@@ -30,11 +29,7 @@ QZMFont* FontFrom(const std::string& bytes) {
 
 TEST(FontTest, SheetsLoadAsImagesAtEveryDepth) {
     struct Row {
-        unsigned depth;
-        std::string rows;
-        unsigned bpp;
-        std::string pixels;
-        unsigned colours;
+        unsigned depth; std::string rows; unsigned bpp; std::string pixels; unsigned colours;
     };
     const Row rows[] = {
         {1, std::string("\xA0\x40", 2), 8, std::string("\1\0\1\0\1\0", 6), 2},
@@ -48,7 +43,7 @@ TEST(FontTest, SheetsLoadAsImagesAtEveryDepth) {
         Loaded img(Load_FONT, FontFile(2, 65, 66, 3, 2, row.depth, row.rows).s);
         ASSERT_TRUE(img.ok);
         EXPECT_EQ(row.bpp, img.bpp);
-        EXPECT_EQ(row.pixels, std::string((char*)img.pixels, row.pixels.size()));
+        EXPECT_EQ(row.pixels, img.Pixels());
         EXPECT_EQ(row.colours, img.palette ? img.palette->size : 0u);
     }
     Loaded twoBit(Load_FONT, FontFile(2, 65, 66, 3, 2, 2, std::string(2, '\0')).s);
@@ -67,7 +62,7 @@ TEST(FontTest, SheetLoaderRefusesOtherVersionsAndDepths) {
 
 TEST(FontTest, LoadReadsEveryBlockAndSaveWritesThemBack) {
     const std::string file = FontFile(2, 65, 66, 3, 2, 1, std::string("\xC0\xA0", 2)).s;
-    std::unique_ptr<QZMFont> font(FontFrom(file));
+    auto font = FontFrom(file);
     EXPECT_STREQ("ab", font->name);
     EXPECT_EQ(1, font->chars[1].below);
     EXPECT_EQ(std::string("\1\1\0\1\0\1", 6), std::string((char*)font->pixels, 6));
@@ -76,7 +71,7 @@ TEST(FontTest, LoadReadsEveryBlockAndSaveWritesThemBack) {
     EXPECT_EQ(file, ReadFile(dir.file("f")));
 
     LogCapture log;
-    std::unique_ptr<QZMFont> v3(FontFrom(FontFile(3, 65, 66, 3, 2, 1, std::string(2, '\0')).s));
+    FontFrom(FontFile(3, 65, 66, 3, 2, 1, std::string(2, '\0')).s);
     EXPECT_EQ("Font: unknown format version 3\n", log.text());
 }
 
@@ -102,15 +97,22 @@ TEST(FontTest, MalformedFilesLeaveNoFont) {
     }
 }
 
-TEST(FontTest, MetricsFollowTheTable) {
-    std::unique_ptr<QZMFont> font(FontFrom(FontFile(2, 65, 66, 3, 2, 8, std::string(6, '\1')).s));
+TEST(FontTest, MetricsAndInfoFollowTheTable) {
+    auto font = FontFrom(FontFile(2, 65, 66, 3, 2, 8, std::string(6, '\1')).s);
+    LogCapture log;
+    font->PrintInfo(true);
+    EXPECT_EQ("Font name       : ab\nFirst char      : 65 [A]\nLast char       : 66 [B]\n"
+              "  Total         : 2\nChar spacing    : 1\nWhite char size : 4\n"
+              "Ascent          : 5\nDescent         : 2\nFormat (bpp)    : 8\n"
+              "------------------- Characters :\n"
+              "Char 65 [A] :   0   0   2   2 0\nChar 66 [B] :   2   0   1   2 1\n",
+              log.text());
     EXPECT_EQ(2u + 1 + 1, font->TextWidth("AB"));
     EXPECT_EQ(8u * 4 + 4 + 2 + 3 * 1, font->TextWidth("\t A!z", 4));
     EXPECT_EQ(0u, font->TextWidth(""));
     unsigned w, h;
     font->TextSize("AB", w, h);
     EXPECT_EQ(2u + 1, h);
-    font->SetChar(' ', nullptr);
     font->SetFirstChar(60);
     EXPECT_EQ(2, font->chars[65 - 60].width);
     font->SetLastChar(65);
@@ -120,16 +122,5 @@ TEST(FontTest, MetricsFollowTheTable) {
     QZMFont swapped("s", 200, 100, nullptr, 8);
     EXPECT_EQ(100u, swapped.first);
     EXPECT_EQ(200u, swapped.last);
-}
 
-TEST(FontTest, PrintInfoListsTheCharacters) {
-    std::unique_ptr<QZMFont> font(FontFrom(FontFile(2, 65, 66, 3, 2, 8, std::string(6, '\1')).s));
-    LogCapture log;
-    font->PrintInfo(true);
-    EXPECT_EQ("Font name       : ab\nFirst char      : 65 [A]\nLast char       : 66 [B]\n"
-              "  Total         : 2\nChar spacing    : 1\nWhite char size : 4\n"
-              "Ascent          : 5\nDescent         : 2\nFormat (bpp)    : 8\n"
-              "------------------- Characters :\n"
-              "Char 65 [A] :   0   0   2   2 0\nChar 66 [B] :   2   0   1   2 1\n",
-              log.text());
 }

@@ -14,13 +14,11 @@ namespace qzmtest {
 using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned&, unsigned&, QZMPal**,
                         unsigned short&);
 
-/// One row per fixture file: the pixels and palette as the loader must give them.
+/// One row per fixture file: the pixels and palette as the loader must give them (the palette
+/// sum runs over the red, green and blue of each entry).
 struct FixtureRow {
     const char* file;
-    unsigned width, height, bpp;
-    uint32_t pixelSum;
-    unsigned paletteSize;
-    uint32_t paletteSum; ///< over red, green, blue of each entry
+    unsigned width, height, bpp, pixelSum, paletteSize, paletteSum;
 };
 
 inline uint32_t Fnv1a(const uint8_t* p, size_t n, uint32_t h = 0x811C9DC5u) {
@@ -47,7 +45,9 @@ struct Loaded {
         delete[] pixels;
         delete palette;
     }
-    uint32_t PixelSum() const { return Fnv1a(pixels, size_t(width) * height * ((bpp + 7) / 8)); }
+    size_t Size() const { return size_t(width) * height * ((bpp + 7) / 8); }
+    std::string Pixels() const { return pixels ? std::string((char*)pixels, Size()) : ""; }
+    uint32_t PixelSum() const { return Fnv1a(pixels, Size()); }
     uint32_t PaletteSum() const {
         uint32_t h = 0x811C9DC5u;
         for (unsigned i = 0; palette && i < palette->size; i++)
@@ -67,7 +67,7 @@ struct Bytes {
 };
 
 /// The file that save(stream, image) writes to disk; "" when it returns false.
-inline std::string Saved(bool (*save)(QZMResFile&, QZMImage&), QZMImage& image) {
+template <class Save> std::string Saved(Save save, QZMImage& image) {
     TempDir dir;
     bool ok;
     {
