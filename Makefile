@@ -35,7 +35,7 @@ bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DQZM_BUILD_BENCH=ON \
 		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
-	for b in $(BENCH_BUILD)/bench/qzm_*_bench; do $$b || exit 1; done
+	for b in $(BENCH_BUILD)/bench/*/qzm_*_bench; do echo "== $$b"; $$b || exit 1; done
 
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
