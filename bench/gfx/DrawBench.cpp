@@ -135,6 +135,19 @@ void BM_Disk(benchmark::State& state) {
 }
 BENCHMARK(BM_Disk)->Apply(Depths);
 
+// Circles far larger than the image whose edge crosses it: the cost follows the visible part.
+void BM_HugeCircleEdge(benchmark::State& state) {
+    const int r = 2000000000;
+    QZMImage img(kWidth, kHeight, 32);
+    for (auto _ : state) {
+        img.Circle(320, 240 + r - 10, r, 0xFFFFFF);
+        img.Disk(320, 240 + r - 10, r, 0x808080);
+        img.Disk(320 - r + 10, 240, r, 0x404040);
+        benchmark::DoNotOptimize(img.pixels);
+    }
+}
+BENCHMARK(BM_HugeCircleEdge)->Unit(benchmark::kMillisecond);
+
 void BM_Gradient(benchmark::State& state) {
     unsigned bpp = unsigned(state.range(0));
     int direction = int(state.range(1));

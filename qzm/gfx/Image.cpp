@@ -1,6 +1,7 @@
 #include <qzm/gfx/Image.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -213,23 +214,98 @@ void Column(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
     for (int64_t i = 0; i < count; ++i) plot(x, from + i);
 }
 
-// Midpoint circle over one octant: step(x, y) each column, diagonal(x, y) before y decreases.
-template <class Step, class Diagonal> void WalkCircle(int r, Step step, Diagonal diagonal) {
-    int64_t x = 0, y = r, d = 1 - int64_t(r), dE = 3, dSE = 5 - 2 * int64_t(r);
-    while (x <= y) {
-        step(x, y);
-        if (d < 0) {
-            d += dE;
-            dE += 2;
-            dSE += 2;
-        } else {
-            diagonal(x, y);
-            d += dSE;
-            dE += 2;
-            dSE += 4;
-            --y;
+// Offsets of a midpoint circle's columns, in [lo, hi]; the walk visits only such ranges.
+struct Offsets {
+    int64_t lo, hi;
+};
+
+// At most four ranges (two clip sides for each of two axes), sorted and merged in place.
+struct OffsetRanges {
+    Offsets range[4];
+    int count = 0;
+
+    void Add(int64_t lo, int64_t hi) {
+        lo = std::max<int64_t>(lo, 0);
+        if (lo <= hi) range[count++] = {lo, hi};
+    }
+    // Offsets o >= 0 for which c + o or c - o lies in [a, b].
+    void AddAround(int64_t c, int64_t a, int64_t b) {
+        Add(a - c, b - c);
+        Add(c - b, c - a);
+    }
+    void Merge() {
+        for (int i = 1; i < count; ++i) // insertion sort: four ranges at most
+            for (int j = i; j > 0 && range[j].lo < range[j - 1].lo; --j)
+                std::swap(range[j], range[j - 1]);
+        int out = 0;
+        for (int i = 0; i < count; ++i) {
+            if (out > 0 && range[i].lo <= range[out - 1].hi + 1)
+                range[out - 1].hi = std::max(range[out - 1].hi, range[i].hi);
+            else
+                range[out++] = range[i];
         }
-        ++x;
+        count = out;
+    }
+};
+
+int64_t CeilSqrt(int64_t v) {
+    if (v <= 0) return 0;
+    int64_t s = int64_t(std::sqrt(static_cast<long double>(v)));
+    while (s * s < v) ++s;
+    while (s > 0 && (s - 1) * (s - 1) >= v) --s;
+    return s;
+}
+
+// The row that the midpoint walk of radius r holds at column x >= 1: the largest y with
+// y(y - 1) < r^2 - x^2. Its decision variable is (x + 1)^2 + y^2 - y - r^2, so the walk can
+// start at any column and still give exactly the pixels of a walk from column 0.
+int64_t CircleRowAt(int64_t r, int64_t x) {
+    int64_t room = r * r - x * x;
+    int64_t y = int64_t((1 + std::sqrt(1 + 4 * static_cast<long double>(room))) / 2);
+    while (y > 0 && y * (y - 1) >= room) --y;
+    while ((y + 1) * y < room) ++y;
+    return y;
+}
+
+// Columns whose row y(x) lies in [a, b] (clamped to the radius, widened by one either side).
+void AddColumnsOfRows(OffsetRanges& ranges, int64_t r, int64_t a, int64_t b) {
+    a = std::max<int64_t>(a, 0);
+    b = std::min(b, r);
+    if (a > b) return;
+    int64_t first = b >= r ? 0 : CeilSqrt(r * r - b * (b + 1));
+    int64_t last = CeilSqrt(r * r - a * (a - 1)) - 1;
+    ranges.Add(first - 1, last + 1);
+}
+
+// Midpoint circle over one octant: step(x, y) each column, diagonal(x, y) before y decreases.
+// Only the columns in ranges are walked: a huge circle that crosses the image costs what its
+// visible part costs.
+template <class Step, class Diagonal>
+void WalkCircle(int r, OffsetRanges& ranges, Step step, Diagonal diagonal) {
+    if (r < 0) return; // the walk would end before its first column
+    ranges.Merge();
+    for (int i = 0; i < ranges.count; ++i) {
+        int64_t x = ranges.range[i].lo, y = r, d = 1 - int64_t(r);
+        if (x > r) break; // columns past the radius are never reached
+        if (x > 0) {
+            y = CircleRowAt(r, x);
+            d = (x + 1) * (x + 1) + y * y - y - int64_t(r) * r;
+        }
+        int64_t dE = 2 * x + 3, dSE = 2 * (x - y) + 5;
+        for (; x <= y && x <= ranges.range[i].hi; ++x) {
+            step(x, y);
+            if (d < 0) {
+                d += dE;
+                dE += 2;
+                dSE += 2;
+            } else {
+                diagonal(x, y);
+                d += dSE;
+                dE += 2;
+                dSE += 4;
+                --y;
+            }
+        }
     }
 }
 
@@ -520,8 +596,13 @@ void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
     int64_t top = int64_t(cy) - r, bottom = int64_t(cy) + r;
     if (!box.Meets(left, top, right, bottom)) return;
     Plotter plot{*this, box, color, mode, !box.Contains(left, top) || !box.Contains(right, bottom)};
+    // Points (cx +- x, cy +- y) need a visible column cx +- x, points (cx +- y, cy +- x) a
+    // visible row cy +- x.
+    OffsetRanges columns;
+    columns.AddAround(cx, box.x1, box.x2);
+    columns.AddAround(cy, box.y1, box.y2);
     WalkCircle(
-        r,
+        r, columns,
         [&](int64_t x, int64_t y) {
             plot(cx + x, cy + y);
             if (x != 0) plot(cx - x, cy + y);
@@ -540,8 +621,13 @@ void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
     if (!pixels) return;
     Box box = ClipBox(*this);
     if (!box.Meets(int64_t(cx) - r, int64_t(cy) - r, int64_t(cx) + r, int64_t(cy) + r)) return;
+    // Spans lie on rows cy +- x, and on the diagonal steps on rows cy +- y.
+    OffsetRanges columns;
+    columns.AddAround(cy, box.y1, box.y2);
+    AddColumnsOfRows(columns, r, box.y1 - int64_t(cy), box.y2 - int64_t(cy));
+    AddColumnsOfRows(columns, r, int64_t(cy) - box.y2, int64_t(cy) - box.y1);
     WalkCircle(
-        r,
+        r, columns,
         [&](int64_t x, int64_t y) {
             Span(*this, cx - y, cy - x, 2 * y, color, mode);
             if (x != 0) Span(*this, cx - y, cy + x, 2 * y, color, mode);
