@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <strings.h>
 
 namespace {
@@ -336,7 +337,8 @@ char* QZMString::StringCopy(const char* s, unsigned from, unsigned count) {
     if (!s || !*s || count == 0) return nullptr;
     const char* src = Tail(s, from);
     size_t n = strnlen(src, count);
-    char* copy = new char[n + 1];
+    char* copy = new (std::nothrow) char[n + 1];
+    if (!copy) return nullptr;
     memcpy(copy, src, n);
     copy[n] = 0;
     return copy;

@@ -56,6 +56,7 @@ public:
 
     void PrintInfo() const;
 
-    /// New[] copy of count characters of s from `from` (0xFFFFFFFF: all); null for null or empty s.
+    /// New[] copy of count characters of s from `from` (0xFFFFFFFF: all); null for null or empty s
+    /// and when memory runs out.
     static char* StringCopy(const char* s, unsigned from = 0, unsigned count = 0xFFFFFFFF);
 };

@@ -112,15 +112,19 @@ bool QZMText::LoadBinary(QZMResFile& file) {
         ChangeSize(1);
         return true;
     }
-    // Every record takes at least its 4-byte length: refuse counts the data cannot hold.
-    if (!QZM::internal::FitsInStream(file, count, 4)) return false;
+    // Every record takes at least its 4-byte length: refuse counts the data cannot hold. The
+    // stream is measured once; the loop counts down what is left instead of seeking per string.
+    uint32_t left = QZM::internal::RemainingBytes(file);
+    if (uint64_t(count) * 4 > left) return false;
     ChangeSize(count);
     if (size != count) return false;
     for (uint32_t i = 0; i < count; i++) {
         FreeSlot(i);
         uint32_t stored = file.Read32();
+        left = left >= 4 ? left - 4 : 0;
         if (stored == 0) continue;
-        if (!QZM::internal::FitsInStream(file, stored - 1, 1)) return false;
+        if (stored - 1 > left) return false;
+        left -= stored - 1;
         char* text = new (std::nothrow) char[stored]();
         if (!text) return false;
         file.Read(text, stored - 1);

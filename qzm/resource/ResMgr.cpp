@@ -5,6 +5,7 @@
 #include <new>
 
 #include <qzm/core/Log.h>
+#include <qzm/core/String.h>
 #include <qzm/resource/internal/Loaders.h>
 
 namespace {
@@ -14,13 +15,6 @@ const unsigned kNoType = 0xFFFFFFFF;
 
 bool IsBlank(const char* name) {
     return !name || !*name;
-}
-
-char* CopyName(const char* name) {
-    size_t size = strlen(name) + 1;
-    char* copy = new (std::nothrow) char[size];
-    if (copy) memcpy(copy, name, size);
-    return copy;
 }
 
 } // namespace
@@ -152,7 +146,7 @@ bool QZMResMgr::FindRes(const char* name, unsigned int& index) const {
 
 bool QZMResMgr::PrivateAdd(unsigned int index, unsigned int type, const char* name,
                            QZMResource* resource) {
-    char* copy = CopyName(name);
+    char* copy = QZMString::StringCopy(name);
     if (!copy) return false;
     if (count >= alloc && !Grow()) {
         delete[] copy;
