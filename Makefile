@@ -31,7 +31,8 @@ test-sanitize: deps
 	cd $(SAN_BUILD) && ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 \
 		UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 $(CTEST)
 
-bench: deps
+bench:
+	@sh scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DQZM_BUILD_BENCH=ON \
 		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
 	cmake --build $(BENCH_BUILD) -j$(JOBS)

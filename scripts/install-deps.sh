@@ -1,9 +1,13 @@
 #!/bin/sh
-# Installs the Debian packages the build, the tests and the benchmarks need, if any is missing.
+# Installs the Debian packages the build and the tests need, if any is missing.
+# `install-deps.sh bench` adds the peer libraries the benchmarks compare against.
 set -eu
 
 packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev
 libgtest-dev libbenchmark-dev libsdl-image1.2-dev xvfb xauth clang libclang-rt-14-dev"
+if [ "${1:-}" = bench ]; then
+    packages="$packages libsdl-gfx1.2-dev libphysfs-dev"
+fi
 
 missing=""
 for p in $packages; do

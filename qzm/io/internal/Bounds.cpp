@@ -18,4 +18,12 @@ bool FitsInStream(QZMResFile& file, uint32_t count, uint32_t unitSize) {
     return needed == 0 || needed <= RemainingBytes(file);
 }
 
+bool PlausibleAllocation(QZMResFile& file, uint64_t bytes, uint64_t bytesPerStreamByte) {
+    if (bytes <= kPlausibleBytes) return true;
+    if (bytesPerStreamByte == 0) return false;
+    // Divide rather than multiply: the product could wrap for a huge expansion factor.
+    uint64_t streamBytesNeeded = (bytes + bytesPerStreamByte - 1) / bytesPerStreamByte;
+    return streamBytesNeeded <= RemainingBytes(file);
+}
+
 } // namespace QZM::internal
