@@ -112,19 +112,18 @@ bool QZMText::LoadBinary(QZMResFile& file) {
         ChangeSize(1);
         return true;
     }
-    // Every record takes at least its 4-byte length: refuse counts the data cannot hold. The
-    // stream is measured once; the loop counts down what is left instead of seeking per string.
-    uint32_t left = QZM::internal::RemainingBytes(file);
-    if (uint64_t(count) * 4 > left) return false;
+    // The densest record, an absent slot, is its 4-byte length alone.
+    uint64_t slotBytes = uint64_t(count) * sizeof(char*);
+    if (!QZM::internal::PlausibleAllocation(file, slotBytes, sizeof(char*) / 4)) return false;
     ChangeSize(count);
     if (size != count) return false;
+    // Records past the end of the data read as absent, and a string cut short keeps the zeros
+    // it was allocated with.
     for (uint32_t i = 0; i < count; i++) {
         FreeSlot(i);
         uint32_t stored = file.Read32();
-        left = left >= 4 ? left - 4 : 0;
         if (stored == 0) continue;
-        if (stored - 1 > left) return false;
-        left -= stored - 1;
+        if (!QZM::internal::PlausibleAllocation(file, stored - 1)) return false;
         char* text = new (std::nothrow) char[stored]();
         if (!text) return false;
         file.Read(text, stored - 1);

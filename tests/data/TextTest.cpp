@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -89,20 +90,36 @@ TEST_F(TextFileTest, BinaryFilesBuiltByHandLoadByDetectionAndByCode) {
     EXPECT_EQ(Slots(t), (Slots_t{"keep"}));
 }
 
-TEST_F(TextFileTest, MalformedBinaryFailsCleanly) {
-    const std::string cases[] = {
-        "QZMT" + Le32(0xFFFFFFFF),                     // more records than bytes
-        "QZMT" + Le32(0x40000000) + Record("x"),       // ditto, with a little data
-        "QZMT" + Le32(1) + Le32(0xFFFFFFFF) + "abc",   // string longer than the file
-        "QZMT" + Le32(2) + Record("ok") + Le32(100),   // truncated second string
+TEST_F(TextFileTest, BinaryCutShortLoadsWhatIsThereAndAbsurdSizesAreRefused) {
+    const std::string big(2000, 'b');
+    const struct {
+        std::string bytes;
+        bool loads;
+        uint32_t size; // slots after Load, on an array of 3 before it
+        Slots_t head;  // the first slots
+    } cases[] = {
+        {"QZMT" + Le32(1000) + Record("x"), true, 1000, {"x", "<null>"}},
+        {"QZMT" + Le32(3) + Le32(10) + "abc", true, 3, {"abc", "<null>", "<null>"}},
+        {"QZMT" + Le32(2) + Record("ok") + Le32(100), true, 2, {"ok", ""}},
+        {"QZMT" + Le32(1) + Le32(60u << 20) + big, true, 1, {big}},
+        // Over 64 MiB that the file cannot hold is refused; the slot count before the array
+        // changes.
+        {"QZMT" + Le32(1) + Le32(70u << 20) + big, false, 1, {"<null>"}},
+        {"QZMT" + Le32(0xFFFFFFFF), false, 3, {"keep"}},
+        {"QZMT" + Le32(0x40000000) + Record("x"), false, 3, {"keep"}},
+        {"QZMT" + Le32(2) + Record("ok") + Le32(0xFFFFFFFF) + "abc", false, 2, {"ok", "<null>"}},
+        {"QZMX" + Le32(1) + Record("a"), false, 3, {"keep"}},
     };
-    for (const std::string& bytes : cases) {
-        QZMText t(Write(bytes).c_str(), 2);
-        EXPECT_GE(t.size, 1u);
-        EXPECT_LE(t.size, 2u);
+    for (const auto& c : cases) {
+        QZMText t(3);
+        t.SetString(0, "keep");
+        QZMFile file(Write(c.bytes).c_str(), QZMResFile::READ);
+        EXPECT_EQ(t.Load(file, 2), c.loads) << c.bytes.substr(0, 12);
+        EXPECT_EQ(t.size, c.size) << c.bytes.substr(0, 12);
+        Slots_t slots = Slots(t);
+        slots.resize(std::min(slots.size(), c.head.size()));
+        EXPECT_EQ(slots, c.head) << c.bytes.substr(0, 12);
     }
-    QZMText wrongMagic(Write("QZMX" + Le32(1) + Record("a")).c_str(), 2);
-    EXPECT_EQ(Slots(wrongMagic), (Slots_t{"<null>"}));
 }
 
 TEST_F(TextFileTest, EmptyOrClosedStreamsFail) {
