@@ -284,7 +284,7 @@ bool QZMLangSource::Save(QZMResFile& file) {
         blockSize += n;
     }
     uint32_t tableAt = static_cast<uint32_t>(6 + nameSize + 16);
-    // Readers refuse offsets beyond the positive 32-bit range.
+    // Readers cannot seek beyond the positive 32-bit range.
     if (tableAt + 2 * static_cast<uint64_t>(count) + blockSize > 0x7FFFFFFF) {
         error = "language too large";
         return false;

@@ -6,8 +6,9 @@
 //   6+N  4 x 4  C strings, T table offset, S string block offset, D block size
 //   T    2 x C  per string: 0 when absent, else its size in the block, terminator included
 //   S    D      the strings one after another
-// Tables and blocks that reach past the end of the file are refused before allocation;
-// the block gets one extra terminator, and a string starting past the block stays absent.
+// A table or block cut short by the end of the file still loads: lengths that cannot be read
+// fail the load, a short block keeps its zeros. The block gets one extra terminator, and a
+// string starting past the block stays absent.
 #include <qzm/data/Translator.h>
 
 #include <qzm/core/Log.h>
@@ -44,20 +45,31 @@ int ReadHeader(QZMResFile& file) {
     return file.state == QZMResFile::ST_OK ? size : -1;
 }
 
-// The name field as a new[] string; terminated here because the field may lack its zero.
+// The name field as a new[] string, zero where the file ends early; terminated here because
+// the field may lack its zero.
 char* ReadName(QZMResFile& file, unsigned size) {
-    char* name = new (std::nothrow) char[size + 1];
-    if (!name) return nullptr;
-    if (file.Read(name, size) != size) {
-        delete[] name;
-        return nullptr;
-    }
-    name[size] = 0;
+    char* name = new (std::nothrow) char[size + 1]();
+    if (name) file.Read(name, size);
     return name;
 }
 
+// Offsets past the signed 32-bit range cannot be reached by any stream.
 bool SeekTo(QZMResFile& file, uint32_t offset) {
+    if (offset > INT_MAX) return false;
     return file.GetPos() == static_cast<int32_t>(offset) || file.Seek(static_cast<int>(offset), 0);
+}
+
+// Measuring the block means seeking to it, which only a block too large to allocate blindly
+// is worth.
+bool PlausibleBlock(QZMResFile& file, uint32_t blockAt, uint32_t blockSize) {
+    if (blockSize <= QZM::internal::kPlausibleBytes) return true;
+    return SeekTo(file, blockAt) && QZM::internal::PlausibleAllocation(file, blockSize);
+}
+
+// The densest table holds a 2-byte length for each string pointer.
+bool PlausibleTable(QZMResFile& file, uint32_t count) {
+    return QZM::internal::PlausibleAllocation(file, uint64_t(count) * sizeof(char*),
+                                              sizeof(char*) / 2);
 }
 
 bool EndsWith(const char* name, const char* suffix) {
@@ -229,7 +241,7 @@ bool QZMTranslator::Load(const char* fileName, unsigned int index) {
         if (!file.Seek(6 + nameSize, 0)) return false;
     } else {
         langName.reset(ReadName(file, static_cast<unsigned>(nameSize)));
-        if (!langName) return false;
+        if (!langName || file.state != QZMResFile::ST_OK) return false;
     }
     return ReadStrings(file, filePath.release(), langName.release(), newIndex);
 }
@@ -243,9 +255,8 @@ bool QZMTranslator::ReadStrings(QZMResFile& file, char* filePath, char* langName
     uint32_t tableAt = file.Read32();
     uint32_t blockAt = file.Read32();
     uint32_t blockSize = file.Read32();
-    if (file.state != QZMResFile::ST_OK || tableAt > INT_MAX || blockAt > INT_MAX) return false;
-    if (!SeekTo(file, blockAt) || !QZM::internal::FitsInStream(file, blockSize, 1)) return false;
-    if (!SeekTo(file, tableAt) || !QZM::internal::FitsInStream(file, count, 2)) return false;
+    if (file.state != QZMResFile::ST_OK || !PlausibleBlock(file, blockAt, blockSize)) return false;
+    if (!SeekTo(file, tableAt) || !PlausibleTable(file, count)) return false;
 
     // One extra null entry answers GetString(stringCount).
     std::unique_ptr<char*[]> table(new (std::nothrow) char*[static_cast<size_t>(count) + 1]());

@@ -80,7 +80,7 @@ TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     for (const char* name : {"fr.lng", ".hidden.lng", "notes.txt"}) Write(name, french);
     Write("empty.lng", LangFile("", {"x"}));
     Write("junk.lng", "LanX");
-    Write("cut.lng", std::string("LanG\0\x09short", 11));
+    Write("cut.lng", std::string("LanG\0", 5));
     mkdir(dir.file("sub.lng").c_str(), 0700);
 
     ASSERT_EQ(t->Init(dir.path().c_str(), ".lng"), 1u);
@@ -94,6 +94,10 @@ TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     EXPECT_EQ(t->curName, nullptr);
     EXPECT_EQ(t->GetCurName(), FRENCH_NAME);
     EXPECT_EQ(t->Init(dir.path().c_str(), nullptr), 2u);
+    // A name field cut short gives what the file holds.
+    const char* cut = t->CheckLang(Write("short", std::string("LanG\0\x09short", 11)).c_str());
+    EXPECT_STREQ(cut, "short");
+    delete[] cut;
     EXPECT_EQ(t->stringCount, 0u);
 
     // A relative name that matches a listed path marks the entry as loaded.
@@ -108,24 +112,42 @@ TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     EXPECT_EQ(t->curIndex, 0u);
 }
 
-TEST_F(TranslatorTest, MalformedFilesFailAndKeepThePreviousLanguage) {
-    const std::string cases[] = {
-        GERMAN.substr(0, 12),                                        // name cut short
-        HEAD + Le(0xFFFFFFFF, 4) + Le(23, 4) + Le(23, 4) + Le(0, 4), // table past the end
-        HEAD + Le(1, 4) + Le(5000, 4) + Le(23, 4) + Le(0, 4) + "xx",
-        HEAD + Le(1, 4) + Le(23, 4) + Le(25, 4) + Le(0xFFFFFFF0, 4) + Le(2, 2) + "a",
-        HEAD + Le(1, 4) + Le(23, 4) + Le(9000, 4) + Le(1, 4) + Le(1, 2) + "a",
-        HEAD + Le(1, 4) + Le(INT_MAX + 1u, 4) + Le(23, 4) + Le(0, 4) + Le(1, 2),
+TEST_F(TranslatorTest, FilesCutShortFollowTheLoadStepsAndAbsurdSizesAreRefused) {
+    const struct {
+        std::string bytes;
+        bool loads;
+        std::string strings; // Text(0) | Text(1) afterwards; "Hallo|<null>" is the old language
+    } cases[] = {
+        // Refused before the strings are touched: the previous language stays.
+        {GERMAN.substr(0, 12), false, "Hallo|<null>"}, // name cut short
+        {HEAD + Le(1, 4) + Le(INT_MAX + 1u, 4) + Le(23, 4) + Le(0, 4) + Le(1, 2), false,
+         "Hallo|<null>"},
+        {HEAD + Le(0xFFFFFFFF, 4) + Le(23, 4) + Le(23, 4) + Le(0, 4), false, "Hallo|<null>"},
+        {HEAD + Le(1, 4) + Le(23, 4) + Le(25, 4) + Le(0xFFFFFFF0, 4) + Le(2, 2) + "a", false,
+         "Hallo|<null>"},
+        // A length table cut short discards the old language and fails.
+        {HEAD + Le(1, 4) + Le(5000, 4) + Le(23, 4) + Le(0, 4) + "xx", false, "<null>|String #1"},
+        {HEAD + Le(1000, 4) + Le(23, 4) + Le(25, 4) + Le(1, 4) + Le(1, 2), false,
+         "<null>|String #1"},
+        // A block past or across the end loads; what is missing reads as zeros.
+        {HEAD + Le(1, 4) + Le(23, 4) + Le(9000, 4) + Le(1, 4) + Le(1, 2) + "a", true, "|<null>"},
+        {HEAD + Le(1, 4) + Le(23, 4) + Le(INT_MAX + 1u, 4) + Le(1, 4) + Le(1, 2), true, "|<null>"},
+        {HEAD + Le(2, 4) + Le(23, 4) + Le(27, 4) + Le(100, 4) + Le(3, 2) + Le(2, 2) + "ab",
+         true, "ab|"},
+        {HEAD + Le(2, 4) + Le(23, 4) + Le(27, 4) + Le(60u << 20, 4) + Le(3, 2) + Le(2, 2) +
+             std::string("ab\0c", 4),
+         true, "ab|c"},
+        // Lengths 3, 9 and 4 over a 4-byte block without a final terminator.
+        {HEAD + Le(3, 4) + Le(23, 4) + Le(29, 4) + Le(4, 4) + Le(3, 2) + Le(9, 2) + Le(4, 2) +
+             std::string("ab\0c", 4),
+         true, "ab|c"},
     };
-    ASSERT_TRUE(LoadBytes(GERMAN));
-    for (const std::string& bytes : cases) {
-        EXPECT_FALSE(LoadBytes(bytes));
-        EXPECT_EQ(Text(0), "Hallo");
+    for (const auto& c : cases) {
+        ASSERT_TRUE(LoadBytes(GERMAN));
+        EXPECT_EQ(LoadBytes(c.bytes), c.loads) << c.strings;
+        EXPECT_EQ(Text(0) + "|" + Text(1), c.strings);
     }
-    // Lengths 3, 9 and 4 over a 4-byte block without a final terminator.
-    ASSERT_TRUE(LoadBytes(HEAD + Le(3, 4) + Le(23, 4) + Le(29, 4) + Le(4, 4) + Le(3, 2) + Le(9, 2) +
-                          Le(4, 2) + std::string("ab\0c", 4)));
-    EXPECT_EQ(Text(0) + "|" + Text(1) + "|" + Text(2), "ab|c|<null>");
+    EXPECT_EQ(Text(2), "<null>"); // the last case's string past its block
 }
 
 TEST_F(TranslatorTest, SourcesCompileToTheLayoutAndDumpCanonically) {
