@@ -5,8 +5,8 @@
 //   9  4      sort order (0 high first, other low first)
 //   13 1      names-disguised flag, present only when the version is above 2
 //   14 28 x N slots in rank order: 20 name bytes, score (4), level (4)
-// A disguised name is stored complemented up to its terminator. Files whose slot count
-// the data cannot hold are refused before anything is allocated.
+// A disguised name is stored complemented up to its terminator. A file cut short loads the
+// slots it holds and zeros for the rest.
 #include <qzm/data/Score.h>
 
 #include <qzm/core/Log.h>
@@ -40,11 +40,12 @@ void ComplementName(const char* in, char* out) {
     memcpy(out, text, NAME_SIZE);
 }
 
-// A load reports success only when the last name is complete, so a slot count needs at
-// least that many bytes; anything less would allocate for data that is not there.
-bool SlotsFit(QZMResFile& file, uint32_t slots) {
-    uint64_t needed = static_cast<uint64_t>(slots - 1) * SLOT_SIZE + NAME_SIZE;
-    return slots == 0 || needed <= QZM::internal::RemainingBytes(file);
+// A load succeeds once the last name is in, its score and level may be missing: a table too
+// large to allocate blindly must have that much left in the file.
+bool PlausibleSlots(QZMResFile& file, uint32_t slots) {
+    if (slots == 0) return true;
+    uint64_t throughLastName = uint64_t(slots) * SLOT_SIZE - (SLOT_SIZE - NAME_SIZE);
+    return QZM::internal::PlausibleAllocation(file, throughLastName);
 }
 
 } // namespace
@@ -120,7 +121,7 @@ bool QZMScore::Load(const char* fileName) {
     entries = nullptr;
     size = 0;
     order = static_cast<SortOrder>(newOrder);
-    if (!SlotsFit(file, slots)) return false;
+    if (!PlausibleSlots(file, slots)) return false;
     entries = new (std::nothrow) QZMScoreEntry[slots]();
     if (!entries) return false;
     size = slots;
