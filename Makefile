@@ -1,7 +1,8 @@
 # Front door: every target installs what is missing first.
 BUILD    ?= build
 SAN_BUILD ?= build-sanitize
-BENCH_BUILD ?= build-bench
+BENCH_TYPE ?= Release
+BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 30
 PREFIX   ?= /usr/local
@@ -33,7 +34,7 @@ test-sanitize: deps
 
 bench:
 	@sh scripts/install-deps.sh bench
-	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DQZM_BUILD_BENCH=ON \
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=$(BENCH_TYPE) -DQZM_BUILD_BENCH=ON \
 		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
 	for b in $(BENCH_BUILD)/bench/*/qzm_*_bench; do echo "== $$b"; $$b || exit 1; done
@@ -50,4 +51,4 @@ install: build
 	-[ "$$(id -u)" -eq 0 ] && ldconfig
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) build-bench-* $(FUZZ_BUILD)
