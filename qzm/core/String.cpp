@@ -90,7 +90,9 @@ void QZMString::Allocate(unsigned size, bool keep) {
     if (size == 0 || size < capacity) return;
     uint32_t newCapacity = RoundUp4(size);
     if (newCapacity < size) newCapacity = size;
-    char* fresh = new char[newCapacity];
+    // Out of memory the string stays as it was; callers check the capacity they asked for.
+    char* fresh = new (std::nothrow) char[newCapacity];
+    if (!fresh) return;
     if (keep && length != 0) {
         memcpy(fresh, data, length + 1);
     } else {
@@ -112,6 +114,7 @@ void QZMString::ChangeText(const char* s, unsigned from, unsigned count) {
     uint32_t n = static_cast<uint32_t>(strnlen(src, count));
     // s may point into this string's own storage, which then needs no growth.
     if (n >= capacity) Allocate(n + 1, false);
+    if (n >= capacity) return;
     memmove(data, src, n);
     data[n] = 0;
     length = n;
@@ -126,6 +129,7 @@ void QZMString::Fill(char c, unsigned pos, unsigned count) {
     // A span past 4 GiB cannot be stored anyway.
     if (count > kAll - pos) return;
     Allocate(pos + count, true);
+    if (pos + count > capacity) return;
     memset(data + pos, c, count);
 }
 
@@ -148,7 +152,8 @@ void QZMString::Insert(const char* s, unsigned pos) {
         memcpy(data + pos, s, n);
     } else {
         uint32_t newCapacity = RoundUp4(capacity + (n > 10 ? n : 10));
-        char* fresh = new char[newCapacity];
+        char* fresh = new (std::nothrow) char[newCapacity];
+        if (!fresh) return;
         memcpy(fresh, data, pos);
         memcpy(fresh + pos, s, n);
         memcpy(fresh + pos + n, data + pos, length - pos + 1);
@@ -214,7 +219,8 @@ void QZMString::Obfuscate() {
 void QZMString::MakeFilename() {
     if (length == 0) return;
     uint32_t newCapacity = (length + 4) & ~3u;
-    char* fresh = new char[newCapacity];
+    char* fresh = new (std::nothrow) char[newCapacity];
+    if (!fresh) return;
     uint32_t n = 0;
     for (uint32_t i = 0; i < length; ++i) {
         unsigned char c = static_cast<unsigned char>(data[i]);
@@ -255,10 +261,10 @@ QZMString& QZMString::Format(const char* fmt, ...) {
         va_end(again);
     }
     va_end(args);
-    if (r < 0) {
-        data[0] = 0;
-        r = 0;
-    }
+    if (r < 0) r = 0;
+    // Out of memory the text is cut to what the storage holds.
+    if (static_cast<uint32_t>(r) >= capacity) r = capacity ? int(capacity - 1) : 0;
+    if (data) data[r] = 0;
     length = static_cast<uint32_t>(r);
     return *this;
 }
