@@ -346,12 +346,13 @@ bool QZMArchive::CreateEmpty(const char* path, const char* magic) {
 QZMResFile* QZMArchive::PrivateOpenMember(unsigned i) const {
     if (i >= entries.size() || !name) return nullptr;
     const ArchiveEntry& entry = *entries[i];
+    // An end past 32 bits would wrap below the start.
     uint64_t end = uint64_t(entry.start) + entry.size;
     if (end > UINT32_MAX) return nullptr;
+    // A member that reaches past the end of the file opens cut there; reads then come short.
     QZMPackFile* member =
         new (std::nothrow) QZMPackFile(name, entry.start, uint32_t(end), QZMResFile::READ, entry.name);
-    // The stream cuts a range at the end of the file; a member that reaches past it is refused.
-    if (member && (member->state != QZMResFile::ST_OK || member->end != end)) {
+    if (member && member->state != QZMResFile::ST_OK) {
         delete member;
         member = nullptr;
     }
