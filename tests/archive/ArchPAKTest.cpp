@@ -64,6 +64,7 @@ TEST_F(ArchPAKTest, DirectoryBeforeTheDataMovesBehindIt) {
     ASSERT_EQ(arch.NbFiles(), 2u);
     EXPECT_EQ(Member(arch, "two"), "22");
     EXPECT_EQ(arch.AddFile(Make("three", "333").c_str(), nullptr), 2);
+    EXPECT_EQ(Member(arch, "three"), "333"); // past the end the file had when "two" was read
     std::string bytes = ReadFile(path);
     EXPECT_EQ(bytes.substr(0, 12), Header("PACK", 150, 192));
     EXPECT_EQ(bytes.substr(147), "333" + Record("one", 142, 3) + Record("two", 145, 2) +
@@ -73,10 +74,12 @@ TEST_F(ArchPAKTest, DirectoryBeforeTheDataMovesBehindIt) {
 TEST_F(ArchPAKTest, CreateKeepsTheOldDirectory) {
     WriteFile(path, Header("PACK", 15, 64) + "abc" + Record("x", 12, 3));
     ASSERT_TRUE(arch.Open(path.c_str()));
+    EXPECT_EQ(Member(arch, "x"), "abc");
     std::string other = dir.file("other.pak");
     ASSERT_TRUE(arch.Create(other.c_str()));
     EXPECT_EQ(arch.NbFiles(), 1u);
     EXPECT_EQ(arch.Name(), other);
+    EXPECT_EQ(Member(arch, "x"), "<none>"); // read from the new, empty file
 }
 
 TEST_F(ArchPAKTest, MalformedDirectories) {
