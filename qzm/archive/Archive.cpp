@@ -8,6 +8,7 @@
 #include <qzm/io/File.h>
 #include <qzm/io/FileUtils.h>
 #include <qzm/io/PackFile.h>
+#include <qzm/io/internal/SharedFile.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -99,7 +100,8 @@ ArchiveEntry::ArchiveEntry(int32_t index, char* ownedName, uint32_t size, uint32
 
 ArchiveEntry::~ArchiveEntry() { delete[] name; }
 
-QZMArchive::QZMArchive(int type) : name(nullptr), type(type), dataEnd(0), nameIndexValid(false) {}
+QZMArchive::QZMArchive(int type)
+    : name(nullptr), type(type), dataEnd(0), nameIndexValid(false), memberFile(nullptr) {}
 
 QZMArchive::~QZMArchive() { QZMArchive::Close(); }
 
@@ -156,6 +158,7 @@ void QZMArchive::Close() {
     name = nullptr;
     DeleteAll(entries);
     PrivateInvalidateIndex();
+    PrivateReleaseMemberFile();
 }
 
 int QZMArchive::FindFile(const char* member) const {
@@ -236,6 +239,7 @@ QZMArchive* QZMArchive::OpenArchive(const char* path) {
 
 void QZMArchive::SetName(const char* path) {
     if (!path || !*path) return;
+    PrivateReleaseMemberFile();
     delete[] name;
     name = nullptr;
     char cwd[kPathMax];
@@ -346,16 +350,17 @@ bool QZMArchive::CreateEmpty(const char* path, const char* magic) {
 QZMResFile* QZMArchive::PrivateOpenMember(unsigned i) const {
     if (i >= entries.size() || !name) return nullptr;
     const ArchiveEntry& entry = *entries[i];
-    uint64_t end = uint64_t(entry.start) + entry.size;
+    // An end past 32 bits would wrap below the start.
+    const uint64_t end = uint64_t(entry.start) + entry.size;
     if (end > UINT32_MAX) return nullptr;
-    QZMPackFile* member =
-        new (std::nothrow) QZMPackFile(name, entry.start, uint32_t(end), QZMResFile::READ, entry.name);
-    // The stream cuts a range at the end of the file; a member that reaches past it is refused.
-    if (member && (member->state != QZMResFile::ST_OK || member->end != end)) {
-        delete member;
-        member = nullptr;
-    }
-    return member;
+    std::unique_ptr<QZMPackFile> member(new (std::nothrow) QZMPackFile());
+    if (!member) return nullptr;
+    if (!memberFile) memberFile = SharedFile::Open(name, "r");
+    // Without the shared file the stream opens the file itself, and fails as it would.
+    const bool opened =
+        memberFile ? member->OpenShared(*memberFile, name, entry.start, uint32_t(end), entry.name)
+                   : member->Open(name, entry.start, uint32_t(end), QZMResFile::READ, entry.name);
+    return opened ? member.release() : nullptr;
 }
 
 bool QZMArchive::PrivateExtract(unsigned i, const char* dest) const {
@@ -369,6 +374,7 @@ bool QZMArchive::PrivateExtract(unsigned i, const char* dest) const {
 }
 
 int QZMArchive::PrivateAdd(const char* path, const char* member, const Format& format) {
+    PrivateReleaseMemberFile();
     struct stat st;
     QZMFile source(nullptr, 0);
     if (!name || !OpenSource(path, source, st)) return -1;
@@ -411,6 +417,7 @@ int QZMArchive::PrivateAdd(const char* path, const char* member, const Format& f
 
 bool QZMArchive::PrivateRemove(unsigned i, const Format& format) {
     if (i >= entries.size() || !LaidOutAfter(entries, i, dataEnd)) return false;
+    PrivateReleaseMemberFile();
     ArchiveEntry* gone = entries[i];
     QZMFile archive(name, QZMResFile::READ);
     QZMFile temp(kTempName, QZMResFile::WRITE);
@@ -448,6 +455,7 @@ bool QZMArchive::PrivateRename(unsigned i, const char* member, const Format& for
     char* old = entries[i]->name;
     entries[i]->name = stored;
     PrivateInvalidateIndex();
+    PrivateReleaseMemberFile();
     if (PrivateRewriteDirectory(format)) {
         delete[] old;
         return true;
@@ -463,6 +471,7 @@ bool QZMArchive::PrivateUpdate(unsigned i, const char* path, const Format& forma
     QZMFile source(nullptr, 0);
     if (i >= entries.size() || !OpenSource(path, source, st) || !LaidOutAfter(entries, i, dataEnd))
         return false;
+    PrivateReleaseMemberFile();
     ArchiveEntry& entry = *entries[i];
     const uint32_t newSize = uint32_t(st.st_size);
     const uint32_t delta = newSize - entry.size; // modular: adding it also shrinks
@@ -517,4 +526,9 @@ void QZMArchive::PrivateShiftStarts(unsigned from, uint32_t delta) {
 void QZMArchive::PrivateInvalidateIndex() {
     nameIndexValid = false;
     nameIndex.clear();
+}
+
+void QZMArchive::PrivateReleaseMemberFile() {
+    if (memberFile) memberFile->Release();
+    memberFile = nullptr;
 }

@@ -7,6 +7,10 @@
 
 class QZMFile;
 
+namespace QZM::internal {
+class SharedFile;
+}
+
 /// One archive member.
 struct ArchiveEntry : QZMSortableItem {
     char* name;     ///< owned new[] name, without any directory part
@@ -21,7 +25,9 @@ struct ArchiveEntry : QZMSortableItem {
 };
 
 /// Base of the archive formats: member table, lookup, member streams, editing and detection.
-/// Every operation reopens the archive file by its path; no handle is held between calls.
+/// Editing operations reopen the archive file by its path. Member streams read through one
+/// descriptor, opened by the first OpenResFile and let go whenever this object changes the file
+/// (the streams keep it as long as they need it).
 class QZMArchive : public QZMFileProvider {
 public:
     /// Codes of FindArchiveFormat.
@@ -146,8 +152,12 @@ private:
     bool PrivateCommitTemp(QZMFile& temp, const Format& format);
     void PrivateShiftStarts(unsigned from, uint32_t delta);
     void PrivateInvalidateIndex();
+    /// Lets go of the file that member streams read; the next OpenResFile opens it afresh.
+    void PrivateReleaseMemberFile();
 
     // Name -> lowest index, built on the first lookup after a change.
     mutable std::unordered_map<std::string_view, uint32_t> nameIndex;
     mutable bool nameIndexValid;
+    // The archive file as last opened for member streams, with its size then; null until needed.
+    mutable QZM::internal::SharedFile* memberFile;
 };

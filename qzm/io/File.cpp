@@ -109,7 +109,7 @@ unsigned QZMFile::GetLine(char* buf, unsigned size, char delim) {
 
 unsigned QZMFile::GetLine(QZMString& line, unsigned size, char delim) {
     if (!(mode & READ) || state != ST_OK || !size || eof || !file) return 0;
-    unsigned count = ReadLine(file, line, size, delim);
+    unsigned count = ReadLine([this] { return GetByte(file); }, line, size, delim);
     eof = AtEof(file);
     return count;
 }

@@ -1,23 +1,34 @@
 #include <qzm/io/PackFile.h>
 
 #include <qzm/core/Log.h>
+#include <qzm/io/internal/SharedFile.h>
 #include <qzm/io/internal/Stdio.h>
 
 #include <climits>
 #include <cstdint>
+#include <cstring>
+#include <new>
 
 using namespace QZM::internal;
 
 namespace {
 
-// Highest absolute offset that both pos and fseek's long can hold (2 GiB - 1 on 32-bit x86).
+// Highest absolute offset that both pos and a seek's long can hold (2 GiB - 1 on 32-bit x86):
+// positions beyond it are refused as seek errors, whatever the file holds.
 constexpr uint64_t kMaxOffset = uint64_t(LONG_MAX) < UINT32_MAX ? uint64_t(LONG_MAX) : UINT32_MAX;
+
+// Capacity of the window that serves small reads.
+constexpr uint32_t kWindowBytes = 8192;
 
 } // namespace
 
+QZMPackFile::QZMPackFile()
+    : fileName(nullptr), file(nullptr), start(0), end(0), pos(0), shared(nullptr), window(nullptr),
+      windowCapacity(0), windowStart(0), windowLength(0), spareByte(0), fileEnded(false) {}
+
 QZMPackFile::QZMPackFile(const char* file, unsigned start, unsigned end, unsigned mode,
                          const char* name)
-    : fileName(nullptr), file(nullptr), start(0), end(0), pos(0) {
+    : QZMPackFile() {
     Open(file, start, end, mode, name);
 }
 
@@ -25,6 +36,31 @@ QZMPackFile::~QZMPackFile() { Close(); }
 
 bool QZMPackFile::Open(const char* file, unsigned start, unsigned end, unsigned mode,
                        const char* name) {
+    if (!PrivateBegin(file, mode, name)) return false;
+    if (this->mode == 0) {
+        state = ST_BAD_MODE;
+        QZM::DBG("PackFile: bad open mode (%s)\n", fileName);
+        return false;
+    }
+    // Writing goes into an existing range: the file is never created or truncated.
+    const char* how = this->mode == READ ? "r" : "r+";
+    SharedFile* opened = SharedFile::Open(fileName, how);
+    if (!opened) {
+        state = ST_OPEN_ERROR;
+        QZM::DBG("PackFile: Can not open %s in mode '%s'\n", fileName, how);
+        return false;
+    }
+    return PrivateAttach(opened, start, end);
+}
+
+bool QZMPackFile::OpenShared(SharedFile& shared, const char* file, unsigned start, unsigned end,
+                             const char* name) {
+    if (!PrivateBegin(file, READ, name)) return false;
+    shared.Retain();
+    return PrivateAttach(&shared, start, end);
+}
+
+bool QZMPackFile::PrivateBegin(const char* file, unsigned mode, const char* name) {
     if (!file || !*file) return false;
     // Copied before Close(), which frees fileName and name: the caller may pass them back.
     char* path = QZMString::StringCopy(file);
@@ -34,35 +70,23 @@ bool QZMPackFile::Open(const char* file, unsigned start, unsigned end, unsigned 
     fileName = path;
     this->name = label ? label : path;
     this->mode = mode & 3;
+    return true;
+}
 
-    if (this->mode == 0) {
-        state = ST_BAD_MODE;
-        QZM::DBG("PackFile: bad open mode (%s)\n", path);
-        return false;
-    }
-    // Writing goes into an existing range: the file is never created or truncated.
-    const char* how = this->mode == READ ? "r" : "r+";
-    this->file = fopen(path, how);
-    if (!this->file) {
-        state = ST_OPEN_ERROR;
-        QZM::DBG("PackFile: Can not open %s in mode '%s'\n", path, how);
-        return false;
-    }
-
+bool QZMPackFile::PrivateAttach(SharedFile* opened, unsigned start, unsigned end) {
+    shared = opened;
+    file = opened->Handle();
     this->start = start;
-    this->end = end;
-    long fileSize = fseek(this->file, 0, SEEK_END) == 0 ? ftell(this->file) : -1;
-    if (fileSize < 0) fileSize = 0;
-    if (uint64_t(this->end) > uint64_t(fileSize)) this->end = uint32_t(fileSize);
-
+    this->end = uint64_t(end) > opened->Size() ? uint32_t(opened->Size()) : end;
     if (this->start < this->end) {
         SeekStart();
         return true;
     }
     QZM::DBG("PackFile: invalid offset (start=%d, end=%d) %s\n", int(this->start), int(this->end),
-             path);
-    fclose(this->file);
-    this->file = nullptr;
+             fileName);
+    shared->Release();
+    shared = nullptr;
+    file = nullptr;
     state = ST_OPEN_ERROR;
     return false;
 }
@@ -72,8 +96,13 @@ void QZMPackFile::Close() {
     QZMResFile::Close();
     delete[] fileName;
     fileName = nullptr;
-    if (file) fclose(file);
+    if (shared) shared->Release();
+    shared = nullptr;
     file = nullptr;
+    if (window != &spareByte) delete[] window;
+    window = nullptr;
+    windowCapacity = windowStart = windowLength = 0;
+    fileEnded = false;
     start = end = pos = 0;
 }
 
@@ -103,10 +132,11 @@ bool QZMPackFile::Seek(int offset, int whence) {
         valid = offset <= 0 && back < uint64_t(end) - start;
         break;
     }
-    if (valid && to <= kMaxOffset && fseek(file, long(to), SEEK_SET) == 0) {
+    if (valid && to <= kMaxOffset) {
         pos = uint32_t(to);
         state = ST_OK;
-        eof = AtEof(file) || pos >= end;
+        fileEnded = false;
+        eof = pos >= end;
     } else {
         state = ST_SEEK_ERROR;
     }
@@ -115,28 +145,26 @@ bool QZMPackFile::Seek(int offset, int whence) {
 
 bool QZMPackFile::SeekStart() {
     if (!file) return false;
-    clearerr(file);
     pos = start;
-    state = fseek(file, long(pos), SEEK_SET) == 0 ? ST_OK : ST_SEEK_ERROR;
-    eof = AtEof(file) || pos >= end;
+    fileEnded = false;
+    state = pos <= kMaxOffset ? ST_OK : ST_SEEK_ERROR;
+    eof = pos >= end;
     return state == ST_OK;
 }
 
 bool QZMPackFile::SeekEnd() {
     if (!file) return false;
     pos = end;
-    bool moved = fseek(file, long(pos), SEEK_SET) == 0;
+    fileEnded = false;
     // GetPos() now gives the range's length; transfers wait for the next successful seek.
     state = ST_SEEK_ERROR;
     eof = 1;
-    return moved;
+    return pos <= kMaxOffset;
 }
 
 int32_t QZMPackFile::GetPos() const { return file ? static_cast<int32_t>(pos - start) : 0; }
 
-void QZMPackFile::Flush() {
-    if (file) fflush(file);
-}
+void QZMPackFile::Flush() {}
 
 unsigned QZMPackFile::GetLine(char* buf, unsigned size, char delim) {
     if (!(mode & READ) || state != ST_OK || eof || !size || !buf || !file) return 0;
@@ -146,14 +174,14 @@ unsigned QZMPackFile::GetLine(char* buf, unsigned size, char delim) {
     const int stop = static_cast<unsigned char>(delim);
     unsigned count = 0, n = 0;
     while (count < limit) {
-        int c = GetByte(file);
+        int c = PrivateByteAt(pos + count);
         if (c == EOF) break;
         count++;
         if (c == stop) break;
         buf[n++] = static_cast<char>(c);
     }
     pos += count;
-    eof = AtEof(file) || pos >= end;
+    eof = fileEnded || pos >= end;
 
     if (count == 0) return 0;
     if (n > 0 && delim == '\n' && buf[n - 1] == '\r') {
@@ -168,9 +196,15 @@ unsigned QZMPackFile::GetLine(QZMString& line, unsigned size, char delim) {
     if (!(mode & READ) || state != ST_OK || !size || eof || !file) return 0;
     const unsigned left = pos < end ? end - pos : 0;
     if (left == 0) return 0;
-    unsigned count = ReadLine(file, line, size < left ? size : left, delim);
+    uint32_t at = pos;
+    auto next = [this, &at] {
+        int c = PrivateByteAt(at);
+        if (c != EOF) at++;
+        return c;
+    };
+    unsigned count = ReadLine(next, line, size < left ? size : left, delim);
     pos += count;
-    eof = AtEof(file) || pos >= end;
+    eof = fileEnded || pos >= end;
     return count;
 }
 
@@ -182,13 +216,64 @@ unsigned QZMPackFile::Read(void* buf, unsigned size) {
         state = ST_READ_AT_END;
         size = left;
     }
-    unsigned n = size ? static_cast<unsigned>(ReadBytes(buf, size, file)) : 0;
+    unsigned n;
+    const uint32_t inWindow = pos - windowStart;
+    if (inWindow < windowLength && windowLength - inWindow >= size) {
+        // The typed readers' few bytes: copied here, without a library call.
+        const uint8_t* from = window + inWindow;
+        uint8_t* to = static_cast<uint8_t*>(buf);
+        for (n = 0; n < size; n++) to[n] = from[n];
+    } else {
+        n = size ? PrivateFetch(buf, size) : 0;
+    }
     pos += n;
     if (n < size) state = ST_READ_AT_END;
     // Stored only when set: a byte store here stalls the next call's check of the flags.
-    if (AtEof(file) || pos >= end) eof = 1;
+    if (fileEnded || pos >= end) eof = 1;
     return n;
 }
+
+unsigned QZMPackFile::PrivateFetch(void* buf, unsigned size) {
+    uint8_t* out = static_cast<uint8_t*>(buf);
+    unsigned done = 0;
+    // Unsigned difference: a position before the window gives a huge offset, outside it.
+    const uint32_t inWindow = pos - windowStart;
+    if (inWindow < windowLength) {
+        done = windowLength - inWindow < size ? windowLength - inWindow : size;
+        memcpy(out, window + inWindow, done);
+    }
+    while (done < size) {
+        const uint32_t at = pos + done;
+        const unsigned rest = size - done;
+        // A read that fills the window or ends the range gains nothing from it: straight in.
+        if (rest >= kWindowBytes || rest == end - at)
+            return done + unsigned(shared->ReadAt(out + done, rest, at, fileEnded));
+        if (!PrivateFill(at)) break;
+        const unsigned n = windowLength < rest ? windowLength : rest;
+        memcpy(out + done, window, n);
+        done += n;
+    }
+    return done;
+}
+
+bool QZMPackFile::PrivateFill(uint32_t offset) {
+    if (!window) {
+        const uint32_t range = end - start;
+        windowCapacity = range < kWindowBytes ? range : kWindowBytes;
+        window = new (std::nothrow) uint8_t[windowCapacity];
+        // Short of memory the stream still works, a byte at a time.
+        if (!window) {
+            window = &spareByte;
+            windowCapacity = 1;
+        }
+    }
+    const uint32_t wanted = end - offset < windowCapacity ? end - offset : windowCapacity;
+    windowStart = offset;
+    windowLength = uint32_t(shared->ReadAt(window, wanted, offset, fileEnded));
+    return windowLength > 0;
+}
+
+int QZMPackFile::PrivateRefillAt(uint32_t offset) { return PrivateFill(offset) ? window[0] : EOF; }
 
 unsigned QZMPackFile::Write(const void* buf, unsigned size) {
     if (!(mode & WRITE) || state != ST_OK || eof || !buf || !size || !file) return 0;
@@ -197,10 +282,12 @@ unsigned QZMPackFile::Write(const void* buf, unsigned size) {
         state = ST_WRITE_AT_END;
         size = left;
     }
-    unsigned n = size ? static_cast<unsigned>(WriteBytes(buf, size, file)) : 0;
+    unsigned n = size ? unsigned(shared->WriteAt(buf, size, pos)) : 0;
+    // The window may hold the old bytes.
+    windowLength = 0;
     pos += n;
     if (n < size) state = ST_WRITE_AT_END;
-    if (AtEof(file) || pos >= end) eof = 1;
+    if (fileEnded || pos >= end) eof = 1;
     return n;
 }
 

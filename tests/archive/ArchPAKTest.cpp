@@ -64,6 +64,7 @@ TEST_F(ArchPAKTest, DirectoryBeforeTheDataMovesBehindIt) {
     ASSERT_EQ(arch.NbFiles(), 2u);
     EXPECT_EQ(Member(arch, "two"), "22");
     EXPECT_EQ(arch.AddFile(Make("three", "333").c_str(), nullptr), 2);
+    EXPECT_EQ(Member(arch, "three"), "333"); // past the end the file had when "two" was read
     std::string bytes = ReadFile(path);
     EXPECT_EQ(bytes.substr(0, 12), Header("PACK", 150, 192));
     EXPECT_EQ(bytes.substr(147), "333" + Record("one", 142, 3) + Record("two", 145, 2) +
@@ -73,25 +74,33 @@ TEST_F(ArchPAKTest, DirectoryBeforeTheDataMovesBehindIt) {
 TEST_F(ArchPAKTest, CreateKeepsTheOldDirectory) {
     WriteFile(path, Header("PACK", 15, 64) + "abc" + Record("x", 12, 3));
     ASSERT_TRUE(arch.Open(path.c_str()));
+    EXPECT_EQ(Member(arch, "x"), "abc");
     std::string other = dir.file("other.pak");
     ASSERT_TRUE(arch.Create(other.c_str()));
     EXPECT_EQ(arch.NbFiles(), 1u);
     EXPECT_EQ(arch.Name(), other);
+    EXPECT_EQ(Member(arch, "x"), "<none>"); // read from the new, empty file
 }
 
 TEST_F(ArchPAKTest, MalformedDirectories) {
     EXPECT_FALSE(Opens("PACK"));
     EXPECT_FALSE(Opens(Header("PACK", 0xFFFFFFF0, 64)));
+    EXPECT_FALSE(Opens(Header("PACK", 12, 0xFFFFFFC0))); // gigabytes of records promised by 12 bytes
     EXPECT_FALSE(Opens(Header("PACK", 12, 128) + Record("a", 0, 0)));
     EXPECT_TRUE(Opens(Header("PACK", 12, 63) + std::string(63, 'q')));
 
-    // Ends past the file or past 32 bits: the archive opens, those members do not.
+    // An end past 32 bits opens no member; one past the file gives what the file holds.
     WriteFile(path, Header("PACK", 12, 128) + Record(std::string(56, 'L'), 0xFFFFFFF0, 0x20) +
                         Record("b", 12, 1000));
     ASSERT_TRUE(arch.Open(path.c_str()));
     EXPECT_EQ(arch.FileName(0), std::string(56, 'L'));
     EXPECT_EQ(arch.OpenResFile(0), nullptr);
-    EXPECT_EQ(arch.OpenResFile(1), nullptr);
+    std::unique_ptr<QZMResFile> cut(arch.OpenResFile(1));
+    ASSERT_NE(cut, nullptr);
+    std::string bytes(1000, '\0');
+    EXPECT_EQ(cut->Read(bytes.data(), 1000), 128u);
+    EXPECT_EQ(cut->state, QZMResFile::ST_READ_AT_END);
+    EXPECT_EQ(bytes.substr(0, 56), std::string(56, 'L'));
     EXPECT_EQ(arch.AddFile(Make("c", "data").c_str(), nullptr), -1); // no room left after the furthest end
     EXPECT_FALSE(arch.RemoveFile(0));
 

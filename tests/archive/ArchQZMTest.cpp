@@ -72,12 +72,16 @@ TEST_F(ArchQZMTest, MalformedHeadersAndDirectories) {
     EXPECT_FALSE(Opens(Header("QZMA", 12, 0x0BA2E8BB) + Record("a", 1, 12))); // 44 x count wraps
     EXPECT_FALSE(Opens(Header("QZMA", 12, 2) + Record("a", 1, 12))); // second record missing
 
-    // A member reaching past the end opens the archive but not the member; an unterminated name is cut.
+    // A member reaching past the end opens cut at the end and cannot be extracted whole; an
+    // unterminated name is cut.
     WriteFile(path, Header("QZMA", 32, 2) + body + Record("ok", 20, 12) +
                         std::string(32, 'N') + LE32(200) + LE32(12) + LE32(0));
     ASSERT_TRUE(arch.Open(path.c_str()));
     EXPECT_EQ(arch.FileName(1), std::string(31, 'N'));
-    EXPECT_EQ(arch.OpenResFile(1), nullptr);
+    std::unique_ptr<QZMResFile> cut(arch.OpenResFile(1));
+    ASSERT_NE(cut, nullptr);
+    cut->SeekEnd();
+    EXPECT_EQ(cut->GetPos(), 120 - 12);
     EXPECT_FALSE(arch.ExtractFile(1, dir.file("out").c_str()));
     EXPECT_NE(std::unique_ptr<QZMResFile>(arch.OpenResFile(0)), nullptr);
 }

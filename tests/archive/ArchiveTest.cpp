@@ -69,6 +69,23 @@ TEST_F(ArchiveTest, OpenArchiveGivesMemberStreamsThatOutliveIt) {
     EXPECT_STREQ(bytes, "cc");
 }
 
+TEST_F(ArchiveTest, MemberStreamsKeepTheirOwnPositionsAndTheFileTheyOpened) {
+    std::unique_ptr<QZMResFile> first(arch.OpenFile("b.txt")), c(arch.OpenFile("c"));
+    ASSERT_TRUE(first && c);
+    EXPECT_EQ(first->Read8(), 'b');
+    EXPECT_EQ(c->Read8(), 'c');
+    EXPECT_EQ(first->Read16(), 'b' | 'b' << 8);
+    EXPECT_TRUE(first->Eof());
+    // The update writes a new file over the old: later streams read it, earlier ones the old.
+    ASSERT_TRUE(arch.UpdateFile(2, Make("new", "CCC").c_str()));
+    std::unique_ptr<QZMResFile> updated(arch.OpenFile("c"));
+    char bytes[8] = {};
+    EXPECT_EQ(updated->Read(bytes, sizeof bytes), 3u);
+    EXPECT_STREQ(bytes, "CCC");
+    EXPECT_EQ(c->Read8(), 'c');
+    EXPECT_EQ(c->state, QZMResFile::ST_OK);
+}
+
 TEST_F(ArchiveTest, ExtractAllAndCopyFile) {
     EXPECT_FALSE(arch.ExtractAll(dir.file("out").c_str()));
     EXPECT_FALSE(FileExists(dir.file("out")));

@@ -7,6 +7,7 @@
 #include <climits>
 #include <string>
 #include <tuple>
+#include <vector>
 
 // A 200-byte file holding the bytes 0 to 199.
 class PackFileTest : public ::testing::Test {
@@ -96,4 +97,30 @@ TEST_F(PackFileTest, GetLineCountsTheDelimiter) {
     f.SeekStart();
     EXPECT_EQ(f.GetLine(line, 1), 1u); // the caller's limit holds inside the range
     EXPECT_STREQ(line.data, "a");
+}
+
+TEST_F(PackFileTest, ReadsOfEverySizeDeliverTheRange) {
+    std::string bytes;
+    for (int i = 0; i < 20000; i++) bytes += char(i * 7 % 251);
+    qzmtest::WriteFile(path, bytes);
+    const std::string range = bytes.substr(100, 19000);
+    // Small reads go through the stream's window, long ones straight in; patterns mix them
+    // across the window's edges.
+    const std::vector<unsigned> patterns[] = {{1}, {3, 8191}, {8192}, {5000, 1, 9000}, {19000}};
+    for (const auto& chunks : patterns) {
+        QZMPackFile f(path.c_str(), 100, 19100, QZMResFile::READ);
+        std::string got, chunk(19000, '\0');
+        for (size_t k = 0; f.state == QZMResFile::ST_OK && !f.Eof(); k++)
+            got.append(chunk.data(), f.Read(chunk.data(), chunks[k % chunks.size()]));
+        EXPECT_EQ(got, range) << chunks[0];
+        ASSERT_TRUE(f.Seek(-2, 1));
+        EXPECT_EQ(f.Read16(), uint8_t(range[18998]) | uint8_t(range[18999]) << 8);
+    }
+    // A write replaces what the window holds.
+    QZMPackFile f(path.c_str(), 100, 19100, QZMResFile::READWRITE);
+    EXPECT_EQ(f.Read8(), uint8_t(range[0]));
+    ASSERT_TRUE(f.SeekStart());
+    EXPECT_EQ(f.Write("xyz", 3), 3u);
+    ASSERT_TRUE(f.Seek(1, 0));
+    EXPECT_EQ(f.Read16(), 'y' | 'z' << 8);
 }

@@ -57,9 +57,11 @@ inline void AppendChunk(QZMString& line, char* chunk, unsigned n) {
     line += chunk;
 }
 
-/// Empties line, then reads up to limit bytes, stopping after delim (consumed, not stored);
-/// a carriage return before a line-feed delimiter is dropped. Returns the bytes consumed.
-inline unsigned ReadLine(FILE* f, QZMString& line, unsigned limit, char delim) {
+/// Empties line, then reads up to limit bytes from nextByte() (a byte, or EOF at the end),
+/// stopping after delim (consumed, not stored); a carriage return before a line-feed delimiter
+/// is dropped. Returns the bytes consumed.
+template <class NextByte>
+unsigned ReadLine(NextByte nextByte, QZMString& line, unsigned limit, char delim) {
     line.length = 0;
     if (line.data) line.data[0] = 0;
 
@@ -67,7 +69,7 @@ inline unsigned ReadLine(FILE* f, QZMString& line, unsigned limit, char delim) {
     unsigned fill = 0, count = 0;
     const int stop = static_cast<unsigned char>(delim);
     while (count < limit) {
-        int c = GetByte(f);
+        int c = nextByte();
         if (c == EOF) break;
         count++;
         if (c == stop) break;
