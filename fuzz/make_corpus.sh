@@ -24,6 +24,7 @@ seed image_detect "$gfx/bmp8_rle.bmp" "$gfx/pcx8_runs.pcx" "$gfx/gif_transparent
 seed font "$run/demo_assets/font.qzmf"
 seed font_v1 "$run/demo_assets/font.qzmf"
 seed data "$run/demo.cfg" "$run/demo.scores" "$run/lang/en.lng" "$run/lang/fr.lng"
+python3 "$src/fuzz/make_short_gfx_seeds.py" "$corpus"
 
 mkdir -p "$corpus/palette" "$corpus/archive_qzm" "$corpus/archive_pak"
 printf 'QZMP\002\000\000\000\001\002\003\004\377\200\000\011' >"$corpus/palette/native.pal"

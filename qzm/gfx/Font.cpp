@@ -115,18 +115,26 @@ bool QZMFont::PrivateReadMagic(QZMResFile& f, int format) {
 }
 
 // offsets: where the information, table and image blocks start, or null when they follow each
-// other. A block that cannot be read whole, or a table that does not fit the sheet, leaves the
-// font undefined: a partly filled font could send drawing outside its buffers.
+// other. Reads are not checked: a file cut short gives a partly filled font whose missing bytes
+// are zero, and glyph records that reach past the sheet are clipped where they are drawn.
 bool QZMFont::PrivateReadBlocks(QZMResFile& f, const uint32_t* offsets) {
-    auto seek = [&](int block) { return !offsets || f.Seek(int(offsets[block]), 0); };
-    bool ok = seek(0) && PrivateReadInfo(f) && seek(1) && PrivateReadTable(f) && seek(2);
+    auto seek = [&](int block) {
+        if (offsets) f.Seek(int(offsets[block]), 0);
+    };
+    seek(0);
+    bool ok = PrivateReadInfo(f);
     if (ok) {
+        seek(1);
+        ok = PrivateReadTable(f);
+    }
+    if (ok) {
+        seek(2);
         const uint32_t w = f.Read32();
         const uint32_t h = f.Read32();
         bpp = f.Read8();
         // Another depth is refused but keeps what was read so far, without a sheet.
         if (bpp != 1 && bpp != 2 && bpp != 8) return false;
-        ok = PrivateReadSheet(f, w, h) && PrivateGlyphsInSheet();
+        ok = PrivateReadSheet(f, w, h);
     }
     if (!ok) Free();
     return ok;
@@ -134,34 +142,39 @@ bool QZMFont::PrivateReadBlocks(QZMResFile& f, const uint32_t* offsets) {
 
 bool QZMFont::PrivateReadInfo(QZMResFile& f) {
     const unsigned length = f.Read8();
-    name = new (std::nothrow) char[length + 1];
+    // One byte more than the file gives, and zeros where it gives less: the name always ends.
+    name = new (std::nothrow) char[length + 1]();
     if (!name) return false;
     f.Read(name, length);
-    name[length] = 0;
     first = f.Read32();
     last = f.Read32();
     white = f.Read8();
     spacing = f.Read8();
     ascent = int16_t(f.Read16());
     descent = int16_t(f.Read16());
-    return f.state == QZMResFile::ST_OK && first <= last && last <= 255;
+    // Codes out of order or past 255 would overrun the table buffers and make the loops over the
+    // codes endless: such a font is left undefined.
+    return first <= last && last <= 255;
 }
 
 bool QZMFont::PrivateReadTable(QZMResFile& f) {
     const unsigned count = last - first + 1;
-    uint8_t records[256 * kRecordBytes];
+    // Records missing at the end of the file are zero: characters without a glyph.
+    uint8_t records[256 * kRecordBytes] = {};
     chars = new (std::nothrow) QZMChar[count]();
-    if (!chars || f.Read(records, count * kRecordBytes) != count * kRecordBytes) return false;
+    if (!chars) return false;
+    f.Read(records, count * kRecordBytes);
     for (unsigned i = 0; i < count; i++) DecodeRecord(records + i * kRecordBytes, chars[i]);
     return true;
 }
 
+// Only an absurd sheet is refused: over 64 MiB and more than the rest of the file could fill.
+// Rows missing at the end of the file are zero.
 bool QZMFont::PrivateReadSheet(QZMResFile& f, uint32_t w, uint32_t h) {
-    const uint64_t rowBytes = QZM::internal::SheetRowBytes(w, bpp);
-    if (rowBytes > UINT32_MAX || !QZM::internal::FitsInStream(f, h, uint32_t(rowBytes)))
-        return false;
     const uint64_t size = uint64_t(w) * h;
-    if (size > SIZE_MAX) return false;
+    if (size > SIZE_MAX ||
+        !QZM::internal::PlausibleAllocation(f, size, QZM::internal::SheetExpansion(bpp)))
+        return false;
     if (size > 0) {
         pixels = new (std::nothrow) uint8_t[size_t(size)];
         if (!pixels) return false;
@@ -169,15 +182,6 @@ bool QZMFont::PrivateReadSheet(QZMResFile& f, uint32_t w, uint32_t h) {
     width = w;
     height = h;
     return QZM::internal::ReadSheet(f, pixels, w, h, bpp);
-}
-
-bool QZMFont::PrivateGlyphsInSheet() const {
-    for (uint32_t c = first; c <= last; c++) {
-        const QZMChar& ch = chars[c - first];
-        if (ch.width && ch.height && (ch.x + ch.width > width || ch.y + ch.height > height))
-            return false;
-    }
-    return true;
 }
 
 bool QZMFont::Save(QZMResFile& f, int format) {

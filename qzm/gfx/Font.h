@@ -77,7 +77,6 @@ private:
     bool PrivateReadInfo(QZMResFile& f);
     bool PrivateReadTable(QZMResFile& f);
     bool PrivateReadSheet(QZMResFile& f, uint32_t w, uint32_t h);
-    bool PrivateGlyphsInSheet() const;
     void PrivateWriteInfo(QZMResFile& f) const;
     void PrivateWriteTable(QZMResFile& f) const;
     bool PrivateInTable(unsigned char c) const;

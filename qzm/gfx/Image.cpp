@@ -10,6 +10,7 @@
 #include <qzm/core/Log.h>
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/codec/Codecs.h>
+#include <qzm/gfx/internal/GlyphSheet.h>
 
 namespace {
 
@@ -355,8 +356,6 @@ void DrawGlyphs(QZMImage& img, int x, int y, const char* text, const QZMFont& fo
                                            : int64_t(y);
     if (base - font.ascent > box.y2 || base + font.descent < box.y1) return;
     size_t count = len < 0 ? std::strlen(text) : size_t(len);
-    size_t sheetPitch = size_t((font.bpp + 7) >> 3) * font.width;
-    size_t sheetSize = size_t(font.width) * font.height;
     int64_t px = x;
     for (size_t i = 0; i < count && text[i] && px <= box.x2; ++i) {
         unsigned c = static_cast<unsigned char>(text[i]);
@@ -383,13 +382,13 @@ void DrawGlyphs(QZMImage& img, int x, int y, const char* text, const QZMFont& fo
         int64_t right = std::min(px + g.width - 1, box.x2);
         int64_t skip = left - px;
         for (int64_t row = std::max(top, box.y1); row <= std::min(bottom, box.y2); ++row) {
-            size_t src = size_t(g.y + (row - top)) * sheetPitch + g.x + size_t(skip);
+            // Glyph records come from files: only the part inside the sheet is drawn.
+            uint64_t n = uint64_t(right - left + 1);
+            const uint8_t* src =
+                QZM::internal::GlyphRow(font, uint64_t(g.x) + uint64_t(skip), g.y + (row - top), n);
             unsigned dst = unsigned(row * img.pitch + left * img.BytesPerPixel());
-            for (int64_t col = left; col <= right; ++col, ++src, dst += img.BytesPerPixel()) {
-                // Glyph records come from files: what lies past the sheet reads as blank.
-                uint8_t p = src < sheetSize && font.pixels ? font.pixels[src] : 0;
-                if (p) img.FastPut(dst, colorOf(p));
-            }
+            for (uint64_t i = 0; i < n; ++i, dst += img.BytesPerPixel())
+                if (src[i]) img.FastPut(dst, colorOf(src[i]));
         }
         px = right + 1 + font.spacing;
     }

@@ -8,7 +8,6 @@
 #include <qzm/core/Log.h>
 #include <qzm/core/String.h>
 #include <qzm/io/File.h>
-#include <qzm/io/internal/Bounds.h>
 
 // Palette files. Native: "QZMP", count (u32 LE), count x (r, g, b, a). GIMP: "GIMP Palette", then
 // "r g b<tab>name" lines ('#' lines are comments). JASC: "JASC-PAL", version line, count line,
@@ -163,10 +162,9 @@ bool QZMPal::Load(QZMResFile& f, int format) {
 
 bool QZMPal::QZMLoad(QZMResFile& f) {
     if (f.Read32() != kNativeMagic) return false;
-    uint32_t count = f.Read32();
-    if (!QZM::internal::FitsInStream(f, std::min(count, kMaxEntries), sizeof(QZMRGBA)))
-        return false;
-    Resize(count);
+    // Resize clamps the count to 4096 entries (16 KiB): a short body keeps the resized palette
+    // with what was read.
+    Resize(f.Read32());
     unsigned bytes = size * sizeof(QZMRGBA);
     return f.Read(entries, bytes) == bytes;
 }

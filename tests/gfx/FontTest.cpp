@@ -8,13 +8,20 @@ using namespace qzmtest;
 
 namespace {
 
-// Version-2 file: name "ab", codes 65-66 ('A' 2x2 at 0,0, 'B' 1x2 at 2,0 reaching 1 below).
+// One 8-byte glyph record.
+std::string Glyph(unsigned x, unsigned y, unsigned width, unsigned height, int below) {
+    return Bytes().u16(x).u16(y).u8(width).u8(height).u16(uint16_t(below)).s;
+}
+
+// Version-2 file: name "ab", codes 65-66 ('A' 2x2 at 0,0, 'B' 1x2 at 2,0 reaching 1 below,
+// unless other records are given).
 Bytes FontFile(unsigned version, uint32_t first, uint32_t last, uint32_t width, uint32_t height,
-               unsigned depth, const std::string& rows) {
+               unsigned depth, const std::string& rows,
+               const std::string& records = Glyph(0, 0, 2, 2, 0) + Glyph(2, 0, 1, 2, 1)) {
     Bytes b;
     b.str("QZMF").u8(version).u32(17).u32(35).u32(35 + 8 * (last - first + 1));
     b.u8(3).str(std::string("ab", 3)).u32(first).u32(last).u8(4).u8(1).u16(5).u16(2);
-    b.u16(0).u16(0).u8(2).u8(2).u16(0).u16(2).u16(0).u8(1).u8(2).u16(1);
+    b.str(records);
     return b.u32(width).u32(height).u8(depth).str(rows);
 }
 
@@ -60,6 +67,40 @@ TEST(FontTest, SheetLoaderRefusesOtherVersionsAndDepths) {
     EXPECT_FALSE(Loaded(Load_FONT, FontFile(2, 65, 66, 1u << 30, 1u << 30, 8, "").s).ok);
 }
 
+TEST(FontTest, SheetLoaderReadsShortSheetsAndRefusesAbsurdOnes) {
+    // Rows missing at the end of the file read as zeros; the load succeeds.
+    LogCapture log;
+    struct Row { unsigned width, height, depth; std::string rows; std::string pixels; };
+    const Row rows[] = {
+        {100, 100, 1, std::string(13 * 3, '\xFF'), std::string(300, '\1') + std::string(9700, 0)},
+        {5, 3, 2, std::string("\x1B\xC0", 2), std::string("\0\1\2\3\3", 5) + std::string(10, 0)},
+        {4, 4, 8, std::string("\1\2\3", 3), std::string("\1\2\3", 3) + std::string(13, 0)},
+        {2, 2, 24, std::string(4, '\7'), std::string(4, '\7') + std::string(8, 0)},
+        {2, 2, 32, "", std::string(16, 0)},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.depth);
+        Loaded img(Load_FONT, FontFile(2, 65, 66, row.width, row.height, row.depth, row.rows).s);
+        ASSERT_TRUE(img.ok);
+        EXPECT_EQ(row.width, img.width);
+        EXPECT_EQ(row.height, img.height);
+        EXPECT_EQ(row.pixels, img.Pixels());
+    }
+    // Over 64 MiB and more than the file could fill: refused, the image left as it was.
+    const std::string absurd[] = {
+        FontFile(2, 65, 66, 1u << 30, 1u << 30, 8, "").s,
+        FontFile(2, 65, 66, 0xFFFFFFFF, 0xFFFFFFFF, 1, std::string(64, '\0')).s,
+        FontFile(2, 65, 66, 0xFFFFFFFF, 0xFFFFFFFF, 32, std::string(64, '\0')).s,
+        FontFile(2, 65, 66, 10000, 10000, 24, std::string(1000, '\0')).s,
+    };
+    for (const std::string& bytes : absurd) {
+        Loaded img(Load_FONT, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+    }
+    EXPECT_EQ("", log.text());
+}
+
 TEST(FontTest, LoadReadsEveryBlockAndSaveWritesThemBack) {
     const std::string file = FontFile(2, 65, 66, 3, 2, 1, std::string("\xC0\xA0", 2)).s;
     auto font = FontFrom(file);
@@ -76,24 +117,90 @@ TEST(FontTest, LoadReadsEveryBlockAndSaveWritesThemBack) {
 }
 
 TEST(FontTest, MalformedFilesLeaveNoFont) {
+    // Codes out of order or past 255, and sheets over 64 MiB that the file could not fill.
     LogCapture log;
     const std::string bad[] = {
         FontFile(2, 66, 65, 3, 2, 8, std::string(6, '\0')).s,
         FontFile(2, 65, 300, 3, 2, 8, std::string(6, '\0')).s,
-        FontFile(2, 65, 66, 2, 2, 8, std::string(4, '\0')).s,
         FontFile(2, 65, 66, 60000, 60000, 8, std::string(6, '\0')).s,
+        FontFile(2, 65, 66, 0xFFFFFFFF, 0xFFFFFFFF, 1, std::string(6, '\0')).s,
+        FontFile(2, 65, 66, 100000, 1000, 2, std::string(1000, '\0')).s,
     };
     for (const std::string& bytes : bad) {
         QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ, (unsigned char*)bytes.data());
         QZMFont font;
         EXPECT_FALSE(font.Load(f, 0));
         EXPECT_EQ(nullptr, font.name);
+        EXPECT_EQ(nullptr, font.pixels);
     }
-    const std::string good = FontFile(2, 65, 66, 3, 2, 8, std::string(6, '\1')).s;
+    EXPECT_EQ("", log.text());
+}
+
+TEST(FontTest, ShortFilesGiveAPartlyFilledFont) {
+    // Reads are not checked: once the depth is read the font loads, and what the file lacks is
+    // zero. Before it, the depth reads as 0 and the load fails, keeping what was read.
+    const std::string good = FontFile(2, 65, 66, 3, 2, 8, std::string("\1\2\3\4\5\6", 6)).s;
+    const size_t sheetAt = good.size() - 6;
     for (size_t n = 1; n < good.size(); n++) {
+        SCOPED_TRACE(n);
         QZMMemFile f(unsigned(n), QZMResFile::READ, (unsigned char*)good.data());
         QZMFont font;
-        EXPECT_FALSE(font.Load(f, 0));
+        EXPECT_EQ(n >= sheetAt, font.Load(f, 0));
+        if (n < sheetAt) continue;
+        EXPECT_STREQ("ab", font.name);
+        ASSERT_EQ(3u, font.width);
+        ASSERT_EQ(2u, font.height);
+        EXPECT_EQ(2, font.chars[1].height);
+        std::string expected = good.substr(sheetAt, n - sheetAt);
+        expected.resize(6, '\0');
+        EXPECT_EQ(expected, std::string((char*)font.pixels, 6));
+    }
+    // A 100x100 one-bit sheet with most rows missing: they are blank.
+    const std::string sparse = FontFile(2, 65, 66, 100, 100, 1, std::string(13 * 3, '\xFF')).s;
+    QZMMemFile f(unsigned(sparse.size()), QZMResFile::READ, (unsigned char*)sparse.data());
+    QZMFont font;
+    ASSERT_TRUE(font.Load(f, 0));
+    ASSERT_EQ(100u, font.height);
+    EXPECT_EQ(std::string(300, '\1') + std::string(9700, '\0'),
+              std::string((char*)font.pixels, 10000));
+    // The name is cut short too, and still ends.
+    const std::string cutName = good.substr(0, 19);
+    QZMMemFile g(unsigned(cutName.size()), QZMResFile::READ, (unsigned char*)cutName.data());
+    EXPECT_FALSE(font.Load(g, 0));
+    EXPECT_STREQ("a", font.name);
+}
+
+TEST(FontTest, GlyphsOutsideTheSheetLoadAndDrawOnlyTheirInside) {
+    // A 3x2 sheet; 'A' is 3 wide from column 1 and 5 rows tall, 'B' lies wholly outside it.
+    const std::string file = FontFile(2, 65, 66, 3, 2, 2, std::string("\x18\xE4", 2),
+                                      Glyph(1, 0, 3, 5, 3) + Glyph(7, 9, 2, 2, 0)).s;
+    auto font = FontFrom(file);
+    ASSERT_EQ(5, font->chars[0].height);
+    ASSERT_EQ(2u, font->height);
+    // Sheet rows: 0 1 2 / 3 2 1.
+    const struct { bool ex; const char* art; } draws[] = {
+        {false, "##..##\n##..##\n......\n......\n......\n......\n"},
+        {true, "12..##\n21..##\n......\n......\n......\n......\n"},
+    };
+    for (const auto& d : draws) {
+        QZMImage img(6, 6, 8);
+        img.Rectangle(0, 0, 6, 6, 0);
+        FontParams params{font.get(), ALIGN_BASELINE, {0, 1, 2, 3}};
+        // Glyph 'A' covers rows 0 to 4 from baseline 1; the gap before 'A' is 'B' plus spacing.
+        if (d.ex)
+            img.DrawTextEx(0, 1, "AB", params, -1);
+        else
+            img.DrawText(0, 1, "AB", 9, font.get(), ALIGN_BASELINE, -1);
+        img.DrawText(4, 1, "A", 9, font.get(), ALIGN_BASELINE, -1);
+        std::string art;
+        for (int y = 0; y < 6; y++) {
+            for (int x = 0; x < 6; x++) {
+                unsigned p = img.GetPixel(x, y);
+                art += p == 0 ? '.' : p == 9 ? '#' : char('0' + p);
+            }
+            art += '\n';
+        }
+        EXPECT_EQ(d.art, art);
     }
 }
 

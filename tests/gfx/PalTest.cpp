@@ -105,8 +105,10 @@ TEST(PalTest, MalformedFilesFailCleanly) {
     qzmtest::TempDir dir;
     qzmtest::LogCapture log(100);
     const struct { std::string bytes; int format; bool result; const char* message; } cases[] = {
-        {std::string("QZMP\x88\x13\0\0", 8) + std::string(40, 'a'), 0, false, ""},
-        {"QZMP\xFF\xFF\xFF\xFF", 1, false, ""},
+        // A count above 4096 is clamped with the note; the short body then fails the load.
+        {std::string("QZMP\x88\x13\0\0", 8) + std::string(40, 'a'), 0, false,
+         "Note: palette size must be < 4096 !\n"},
+        {"QZMP\xFF\xFF\xFF\xFF", 1, false, "Note: palette size must be < 4096 !\n"},
         {std::string("QZMP\2\0\0\0\1\2\3", 11), 1, false, ""},
         {std::string("QZMP\0\0\0\0", 8), 1, true, ""},
         {"QZMX", 1, false, ""},
@@ -128,4 +130,27 @@ TEST(PalTest, MalformedFilesFailCleanly) {
     QZMPal pal(0u);
     EXPECT_FALSE(pal.LoadName(dir.file("missing").c_str(), 0));
     EXPECT_EQ(log.text(), "QZMPal: bad file\n");
+}
+
+TEST(PalTest, ShortNativeBodiesKeepTheResizedPalette) {
+    qzmtest::TempDir dir;
+    qzmtest::LogCapture log(100);
+    const struct { std::string bytes; unsigned size; const char* message; } cases[] = {
+        {std::string("QZMP\3\0\0\0\1\2\3\4\5", 13), 3, ""},
+        {std::string("QZMP\x88\x13\0\0\1\2\3\4\5", 13), 4096,
+         "Note: palette size must be < 4096 !\n"},
+        {std::string("QZMP\0\0\0\x10\1\2\3\4\5", 13), 4096,
+         "Note: palette size must be < 4096 !\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.size);
+        qzmtest::WriteFile(dir.file("m"), c.bytes);
+        QZMPal pal(7u);
+        EXPECT_FALSE(pal.LoadName(dir.file("m").c_str(), 1));
+        EXPECT_EQ(log.text(), c.message);
+        ASSERT_EQ(pal.size, c.size);
+        EXPECT_EQ(pal.entries[0].r, 1);
+        EXPECT_EQ(pal.entries[0].a, 4);
+        EXPECT_EQ(pal.entries[1].r, 5);
+    }
 }

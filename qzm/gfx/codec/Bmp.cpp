@@ -5,7 +5,8 @@
 // Colour table right after: 1 << bits entries of blue, green, red (+ reserved in the 40-byte form).
 // Rows bottom-up, each padded to 4 bytes; 1- and 4-bit pixels most significant bits first.
 // Reads 1 and 4 bits (widened to 8), 8, 16, 24, 32 bits, uncompressed or 8-bit RLE. Refuses other
-// compressions and depths and heights that are negative or larger than the data can hold.
+// compressions and depths, empty pictures and absurd ones (over 64 MiB and more than the data
+// could fill).
 // Writes a 40-byte header, uncompressed, bits rounded up to 8, 16, 24 or 32, the palette at 8 bits.
 #include <qzm/gfx/codec/Codecs.h>
 
@@ -36,8 +37,10 @@ struct BmpHeader {
     uint32_t compression;
 };
 
-// A delta or an end of line can skip any number of pixels in two to four bytes; a decoded image
-// may be this many times larger than the data that describes it.
+// The most image bytes that one byte of pixel data can give: 1-bit rows give 8 pixels a byte.
+// Run-length data gives 255 pixels in a 2-byte run, and an end of line or a delta leaves whole
+// rows to the cleared buffer in 2 to 4 bytes: 1024 keeps every picture such data describes.
+const uint64_t kPackedExpansion = 8;
 const uint64_t kRleExpansion = 1024;
 
 bool ReadHeader(QZMResFile& f, BmpHeader& h) {
@@ -76,16 +79,16 @@ uint64_t FileRowBytes(const BmpHeader& h) {
     return uint64_t(h.bits / 8) * h.width;
 }
 
-// Whether the stream can hold the pixel data that the header announces; run-length data may
-// expand by kRleExpansion.
-bool DataFits(QZMResFile& f, const BmpHeader& h) {
+// An empty picture is refused, and so is an absurd one: over 64 MiB and more than the rest of
+// the stream could fill at the densest encoding. Anything else is allocated; a short file then
+// gives its read error.
+bool Allocatable(QZMResFile& f, const BmpHeader& h, uint64_t bytes) {
     if (h.width == 0 || h.height == 0) return false;
-    if (h.compression == 0) {
-        uint64_t row = FileRowBytes(h);
-        return row <= UINT32_MAX && QZM::internal::FitsInStream(f, h.height, uint32_t(row));
-    }
-    uint64_t minimum = (uint64_t(h.width) * h.height + kRleExpansion - 1) / kRleExpansion;
-    return minimum <= UINT32_MAX && QZM::internal::FitsInStream(f, uint32_t(minimum), 1);
+    const uint64_t expansion = h.compression == 1 ? kRleExpansion
+                               : h.bits == 1      ? kPackedExpansion
+                               : h.bits == 4      ? 2
+                                                  : 1;
+    return QZM::internal::PlausibleAllocation(f, bytes, expansion);
 }
 
 bool ReadColourTable(QZMResFile& f, const BmpHeader& h, QZMPal** palette) {
@@ -211,16 +214,17 @@ bool Load_BMP(QZMResFile& f, unsigned char** pixels, unsigned int& width, unsign
         QZM::LOG("BMP: bad file header\n");
         return false;
     }
-    if (!DataFits(f, h)) {
+    const unsigned outBpp = h.bits < 8 ? 8 : h.bits;
+    const uint64_t rowSize = uint64_t(outBpp / 8) * h.width;
+    const uint64_t size = QZM::internal::SaturatedProduct(rowSize, h.height);
+    if (!Allocatable(f, h, size)) {
         QZM::LOG("BMP: can not allocate image\n");
         return false;
     }
-    const unsigned outBpp = h.bits < 8 ? 8 : h.bits;
     width = h.width;
     height = h.height;
     bpp = uint16_t(outBpp);
-    const uint64_t rowSize = uint64_t(outBpp / 8) * h.width;
-    if (!QZM::internal::ReplacePixels(pixels, rowSize * h.height) ||
+    if (!QZM::internal::ReplacePixels(pixels, size) ||
         (outBpp == 8 && !ReadColourTable(f, h, palette))) {
         QZM::LOG("BMP: can not allocate image\n");
         return false;

@@ -4,8 +4,9 @@
 // first pixel in the top bit; depth 2 (width + 3) / 4 bytes, first pixel in the top two bits;
 // depths 8, 24 and 32 the pixel bytes as they are.
 // Reads depths 1 and 2 as 8-bit images with a black-to-white palette of 2 or 4 greys, 8 with a
-// 256-grey palette, 24 and 32 as they are. Refuses other versions and depths and sheets larger
-// than the file. Save_FONT writes nothing: fonts are saved by QZMFont.
+// 256-grey palette, 24 and 32 as they are; rows missing at the end of the file read as zeros.
+// Refuses other versions and depths, empty sheets and absurd ones (over 64 MiB and more than the
+// file could fill). Save_FONT writes nothing: fonts are saved by QZMFont.
 #include <qzm/gfx/codec/Codecs.h>
 
 #include <cstring>
@@ -66,15 +67,16 @@ bool Load_FONT(QZMResFile& f, unsigned char** pixels, unsigned int& width, unsig
         *pixels = nullptr;
         return false;
     }
-    // An empty sheet or one larger than the rest of the file leaves the image as it was.
-    const uint64_t rowBytes = QZM::internal::SheetRowBytes(w, depth);
-    if (w == 0 || h == 0 || rowBytes > UINT32_MAX ||
-        !QZM::internal::FitsInStream(f, h, uint32_t(rowBytes)))
+    // An empty sheet or an absurd one (over 64 MiB and more than the rest of the file could
+    // fill) leaves the image as it was. A sheet cut short reads its missing rows as zeros.
+    const uint64_t size = QZM::internal::SaturatedProduct(uint64_t(w) * h, OutputBytes(depth));
+    if (w == 0 || h == 0 ||
+        !QZM::internal::PlausibleAllocation(f, size, QZM::internal::SheetExpansion(depth)))
         return false;
     width = w;
     height = h;
     bpp = uint16_t(OutputBytes(depth) * 8);
-    if (!QZM::internal::ReplacePixels(pixels, uint64_t(w) * h * OutputBytes(depth))) return false;
+    if (!QZM::internal::ReplacePixels(pixels, size)) return false;
     return SetGreys(palette, depth) && QZM::internal::ReadSheet(f, *pixels, w, h, depth);
 }
 

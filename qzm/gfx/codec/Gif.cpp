@@ -5,7 +5,8 @@
 // local map of 1 << ((flags & 7) + 1) entries, bit 6 interlaced), the local map, the LZW minimum
 // code size (1), LZW codes least significant bit first in data blocks; ';' the trailer.
 // Reads the first image into an 8-bit image with the palette of its map. Refuses other
-// signatures, code sizes above 12, empty images and ones larger than the data could describe.
+// signatures, code sizes above 12, empty images and absurd ones (over 64 MiB and more than the
+// data could describe); pixels that a short data stream does not reach are zero.
 // Writes nothing.
 #include <qzm/gfx/codec/Codecs.h>
 
@@ -31,8 +32,8 @@ const int kTableSize = 1 << 13;
 // stream linked to each other.
 const int kStackSize = kTableSize;
 const int kCodeBufferSize = 280;
-// A valid LZW code can produce at most 4096 pixels from 12 bits, so no valid image holds more
-// pixels than this many per byte of data left in the stream.
+// The densest code stream: once the table is one chain of entries, every 12-bit code repeats a
+// string of up to 4094 pixels, some 2730 pixels a byte of data. 4096 bounds it.
 const uint64_t kMaxPixelsPerByte = 4096;
 
 struct GIFDesc {
@@ -299,13 +300,6 @@ void DecodeRows(QZMResFile& f, unsigned char* image, int width, int height, bool
     }
 }
 
-bool ImageFits(QZMResFile& f, int width, int height) {
-    if (width <= 0 || height <= 0) return false;
-    const uint64_t pixels = uint64_t(width) * uint64_t(height);
-    const uint64_t minimum = (pixels + kMaxPixelsPerByte - 1) / kMaxPixelsPerByte;
-    return QZM::internal::FitsInStream(f, uint32_t(minimum), 1);
-}
-
 unsigned char* ReadImage(QZMResFile& f, int width, int height, int interlace, int ignore) {
     int c;
     if (!ReadByte(f, c)) {
@@ -322,9 +316,13 @@ unsigned char* ReadImage(QZMResFile& f, int width, int height, int interlace, in
         SkipDataBlocks(f);
         return nullptr;
     }
+    // An empty picture is refused, and so is an absurd one: over 64 MiB and more than the rest of
+    // the stream could fill. A short data stream gives a partly decoded picture; the pixels it
+    // does not reach are zero rather than whatever the allocation held.
+    const uint64_t size = uint64_t(width) * uint64_t(height);
     unsigned char* image = nullptr;
-    if (ImageFits(f, width, height))
-        image = new (std::nothrow) unsigned char[size_t(width) * size_t(height)];
+    if (size > 0 && QZM::internal::PlausibleAllocation(f, size, kMaxPixelsPerByte))
+        image = new (std::nothrow) unsigned char[size_t(size)]();
     if (!image) {
         QZM::LOG("GIF: error reading image\n");
         return nullptr;

@@ -5,7 +5,8 @@
 // a byte with both top bits set counts (low 6 bits) the byte after it. Version 5 may end with
 // the byte 12 and 256 entries of red, green, blue.
 // Reads 8 bits per plane with any number of planes, planes stored last to first in each pixel
-// (blue, green, red for RGB). Refuses other depths, empty and oversized pictures.
+// (blue, green, red for RGB). Refuses other depths, empty and absurd pictures (over 64 MiB and
+// more than the data could fill); a picture cut short ends in zeros.
 // Writes 8, 24 and 32 bits, version 5, the 256-colour palette at 8 bits; refuses 15 and 16 bits.
 #include <qzm/gfx/codec/Codecs.h>
 
@@ -30,12 +31,8 @@ const uint8_t kPaletteMark = 12;
 
 int ReadSigned16(const uint8_t* p) { return int16_t(QZM::internal::LoadLE16(p)); }
 
-// A run covers at most 63 bytes in two, so a complete file holds at least one byte for every 63
-// decoded ones; a picture larger than 64 times the data is refused before allocating.
-bool PictureFits(QZMResFile& f, uint64_t pictureBytes) {
-    uint64_t minimum = (pictureBytes + kMaxRun) / (kMaxRun + 1);
-    return minimum <= UINT32_MAX && QZM::internal::FitsInStream(f, uint32_t(minimum), 1);
-}
+// Two bytes give a run of up to 63 bytes: the most picture bytes that one byte of data can give.
+const uint64_t kRleExpansion = (kMaxRun + 1) / 2;
 
 // Decodes one plane line of size bytes; the run state starts afresh and a run is cut at
 // the line's end. False when the data ended (the rest of the line is then zero).
@@ -111,9 +108,10 @@ bool ReadPalette(ChunkReader& src, QZMPal** palette) {
 bool Load_PCX(QZMResFile& f, unsigned char** pixels, unsigned int& width, unsigned int& height,
               QZMPal** palette, unsigned short& bpp) {
     if (f.state != QZMResFile::ST_OK) return false;
-    uint8_t header[kHeaderSize];
-    unsigned got = f.Read(header, kHeaderSize);
-    if (got < 4 || header[0] != 10 || header[2] != 1) return false;
+    // A short header reads as zeros, as the stream's field readers give past the end.
+    uint8_t header[kHeaderSize] = {};
+    f.Read(header, kHeaderSize);
+    if (header[0] != 10 || header[2] != 1) return false;
     if (header[3] != 8) {
         fprintf(stderr, "PCX: format not supported, %d bits per pixel.\n", header[3]);
         return false;
@@ -124,7 +122,11 @@ bool Load_PCX(QZMResFile& f, unsigned char** pixels, unsigned int& width, unsign
     const unsigned planes = header[65];
     const unsigned lineBytes = QZM::internal::LoadLE16(header + 66);
     const uint64_t pictureBytes = uint64_t(w > 0 ? w : 0) * uint64_t(h > 0 ? h : 0) * planes;
-    if (got < kHeaderSize || pictureBytes == 0 || !PictureFits(f, pictureBytes)) return false;
+    // An empty picture is refused, and so is an absurd one: over 64 MiB and more than the rest
+    // of the stream could fill. A picture cut short decodes its missing part as zeros.
+    if (pictureBytes == 0 ||
+        !QZM::internal::PlausibleAllocation(f, pictureBytes, kRleExpansion))
+        return false;
 
     width = unsigned(w);
     height = unsigned(h);

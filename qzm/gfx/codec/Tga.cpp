@@ -5,8 +5,8 @@
 // byte h, then one pixel repeated (h & 0x7F) + 1 times (h & 0x80) or that many pixels; packets
 // run on across rows. Reads types 1, 2, 3 and their run-length forms 9, 10, 11 at 8, 15, 16, 24
 // and 32 bits, blue, green, red with the alpha inverted; refuses other types and depths, empty
-// images and ones larger than the data could fill. Writes types 1/9 with a palette, 2/10 without,
-// rows bottom-up, the alpha as it is; refuses 15 and 16 bits.
+// images and absurd ones (over 64 MiB and more than the data could fill). Writes types 1/9 with
+// a palette, 2/10 without, rows bottom-up, the alpha as it is; refuses 15 and 16 bits.
 #include <qzm/gfx/codec/Codecs.h>
 
 #include <cstring>
@@ -99,12 +99,10 @@ bool ReadColourMap(QZMResFile& f, const TgaHeader& h, unsigned pixelBytes, QZMPa
     return ReadEntries(f, cmLen, entryBytes, **palette);
 }
 
-// A run-length packet covers at most 128 pixels with a header byte and at least one pixel, so a
-// file shorter than that cannot fill the picture and is refused before allocating.
-bool DataFits(uint32_t available, uint64_t pixelCount, unsigned pixelBytes, bool rle) {
-    const uint64_t minimum = rle ? (pixelCount + kMaxPacket - 1) / kMaxPacket * (1 + pixelBytes)
-                                 : pixelCount * pixelBytes;
-    return minimum <= available;
+// The most image bytes that one byte of pixel data can give: 1 for raw pixels; a run-length
+// packet gives up to 128 pixels from a header byte and one pixel, rounded up.
+uint64_t Expansion(unsigned pixelBytes, bool rle) {
+    return rle ? (uint64_t(kMaxPacket) * pixelBytes + pixelBytes) / (1 + pixelBytes) : 1;
 }
 
 // The picture being filled, in the file's row order.
@@ -310,9 +308,11 @@ bool Load_TGA(QZMResFile& f, unsigned char** pixels, unsigned int& width, unsign
     if (h.colorMapType == 1 && !ReadColourMap(f, h, pixelBytes, palette)) return false;
 
     const bool rle = h.imageType >= 9;
-    const uint32_t available = QZM::internal::RemainingBytes(f);
-    if (!DataFits(available, uint64_t(h.width) * h.height, pixelBytes, rle) ||
-        !QZM::internal::ReplacePixels(pixels, uint64_t(rowSize) * h.height)) {
+    // Only an absurd picture is refused here: over 64 MiB and more than the rest of the stream
+    // could fill. A short file then gives its read error.
+    const uint64_t size = uint64_t(rowSize) * h.height;
+    if (!QZM::internal::PlausibleAllocation(f, size, Expansion(pixelBytes, rle)) ||
+        !QZM::internal::ReplacePixels(pixels, size)) {
         QZM::LOG("TGA: not enough memory\n");
         return false;
     }

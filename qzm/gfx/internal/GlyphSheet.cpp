@@ -1,6 +1,8 @@
 #include <qzm/gfx/internal/GlyphSheet.h>
 
+#include <cstring>
 #include <new>
+#include <qzm/gfx/Font.h>
 #include <qzm/gfx/internal/PackedPixels.h>
 #include <qzm/io/ResFile.h>
 
@@ -21,23 +23,40 @@ uint64_t SheetRowBytes(uint32_t width, unsigned depth) {
     }
 }
 
+uint64_t SheetExpansion(unsigned depth) { return depth == 1 ? 8 : depth == 2 ? 4 : 1; }
+
 bool ReadSheet(QZMResFile& f, uint8_t* dst, uint32_t width, uint32_t height, unsigned depth) {
     if (!IsSheetDepth(depth)) return false;
-    uint64_t rowBytes = SheetRowBytes(width, depth);
+    const uint64_t rowBytes = SheetRowBytes(width, depth);
     // An empty sheet reads nothing: skip the row walk (and its row buffer) altogether.
     if (rowBytes == 0 || height == 0) return true;
     if (depth > 2) {
-        uint64_t total = rowBytes * height;
-        return total <= UINT32_MAX && f.Read(dst, unsigned(total)) == total;
+        // In pieces that one Read can take; the part the stream does not give stays zero.
+        const uint64_t total = rowBytes * height;
+        const uint64_t piece = uint64_t(1) << 30;
+        uint64_t done = 0;
+        while (done < total) {
+            const unsigned want = unsigned(total - done < piece ? total - done : piece);
+            const unsigned got = f.Read(dst + done, want);
+            done += got;
+            if (got < want) break;
+        }
+        memset(dst + done, 0, size_t(total - done));
+        return true;
     }
     uint8_t* packed = new (std::nothrow) uint8_t[rowBytes];
-    bool ok = packed != nullptr;
-    for (uint32_t y = 0; ok && y < height; y++, dst += width) {
-        ok = f.Read(packed, unsigned(rowBytes)) == rowBytes;
-        if (ok) UnpackBits(packed, dst, width, depth);
+    if (!packed) return false;
+    for (uint32_t y = 0; y < height; y++, dst += width) {
+        const unsigned got = f.Read(packed, unsigned(rowBytes));
+        if (got < rowBytes) memset(packed + got, 0, size_t(rowBytes - got));
+        UnpackBits(packed, dst, width, depth);
+        if (got < rowBytes) {
+            memset(dst + width, 0, size_t(uint64_t(width) * (height - 1 - y)));
+            break;
+        }
     }
     delete[] packed;
-    return ok;
+    return true;
 }
 
 bool WriteSheet(QZMResFile& f, const uint8_t* src, uint32_t width, uint32_t height,
@@ -57,6 +76,15 @@ bool WriteSheet(QZMResFile& f, const uint8_t* src, uint32_t width, uint32_t heig
     }
     delete[] packed;
     return ok;
+}
+
+const uint8_t* GlyphRow(const QZMFont& font, uint64_t x, uint64_t y, uint64_t& n) {
+    if (!font.pixels || x >= font.width || y >= font.height) {
+        n = 0;
+        return nullptr;
+    }
+    if (n > font.width - x) n = font.width - x;
+    return font.pixels + y * (uint64_t((font.bpp + 7) >> 3) * font.width) + x;
 }
 
 } // namespace QZM::internal

@@ -87,6 +87,52 @@ TEST(BmpTest, MalformedFilesFailCleanly) {
     }
 }
 
+TEST(BmpTest, ShortFilesGiveTheirReadErrors) {
+    // Pictures of plausible size are allocated whatever the file holds; the rows it lacks then
+    // give the read error of the steps: a short row read, or the end of the data after a row.
+    LogCapture log;
+    struct Case { std::string bytes; const char* message; };
+    const Case cases[] = {
+        {BmpFile(64, 64, 8, 0, 256).fill(64, 1).s, "BMP: unexpected EOF\n"},
+        {BmpFile(64, 64, 8, 0, 256).fill(100, 1).s, "BMP: error reading data\n"},
+        {BmpFile(4, 3, 24, 0, 0).fill(20, 1).s, "BMP: error reading data\n"},
+        {BmpFile(4, 3, 24, 0, 0).s, "BMP: error reading data\n"},
+        {BmpFile(3000, 2000, 32, 0, 0).fill(12000, 1).s, "BMP: unexpected EOF\n"},
+        {BmpFile(100, 100, 1, 0, 2).fill(3 * 16, 1).s, "BMP: unexpected EOF\n"},
+        {BmpFile(100, 100, 4, 0, 16).fill(2 * 52 + 7, 1).s, "BMP: unexpected EOF\n"},
+    };
+    for (const Case& c : cases) {
+        Loaded img(Load_BMP, c.bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(c.message, log.text());
+    }
+    // Run-length data that ends early leaves the rest of the cleared picture.
+    Bytes rle = BmpFile(300, 200, 8, 1, 0);
+    rle.u8(3).u8(9);
+    Loaded img(Load_BMP, rle.s);
+    ASSERT_TRUE(img.ok);
+    EXPECT_EQ(std::string(3, '\11') + std::string(297, '\0'), img.Pixels().substr(199 * 300));
+    EXPECT_EQ(std::string(199 * 300, '\0'), img.Pixels().substr(0, 199 * 300));
+    EXPECT_EQ("", log.text());
+}
+
+TEST(BmpTest, AbsurdHeadersAreRefusedBeforeAllocating) {
+    // Over 64 MiB and more than the few bytes of the file could fill at the densest encoding.
+    LogCapture log;
+    const std::string absurd[] = {
+        BmpFile(0x7FFFFFFF, 0x7FFFFFFF, 32, 0, 0).fill(64).s,
+        BmpFile(100000, 1000, 1, 0, 2).fill(64).s,
+        BmpFile(70000, 70000, 8, 1, 256).fill(64).s,
+        BmpFile(-1, -1, 24, 0, 0).fill(4).s,
+    };
+    for (const std::string& bytes : absurd) {
+        Loaded img(Load_BMP, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+        EXPECT_EQ("BMP: can not allocate image\n", log.text());
+    }
+}
+
 TEST(BmpTest, EveryPrefixOfEveryFixtureLoadsSafely) { LoadEveryPrefix(Load_BMP, kBmpFixtures); }
 
 TEST(BmpTest, SaveWritesTheLayoutByteForByte) {

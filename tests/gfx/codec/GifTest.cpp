@@ -147,3 +147,40 @@ TEST(GifTest, MalformedFilesFailCleanly) {
                                    GifFile(10, 10, 0, 2, std::string("\0", 1)).s};
     for (const std::string& bytes : garbage) EXPECT_TRUE(Loaded(Load_GIF, bytes).ok);
 }
+
+TEST(GifTest, ShortDataGivesAPartlyFilledPicture) {
+    // A picture of plausible size is allocated whatever the file holds; the codes then end with
+    // the data, and what they did not reach is zero. No block ends the data, no trailer follows.
+    LogCapture log;
+    Codes codes(2);
+    codes.Put(4).Put(1).Put(2).Put(3);
+    std::string data = codes.Blocks();
+    data.pop_back();
+    for (unsigned size : {100u, 5000u}) {
+        SCOPED_TRACE(size);
+        std::string bytes = GifFile(size, size, 0, 2, data).s;
+        bytes.pop_back();
+        Loaded img(Load_GIF, bytes);
+        ASSERT_TRUE(img.ok);
+        EXPECT_EQ(size, img.width);
+        EXPECT_EQ(size, img.height);
+        EXPECT_EQ(4u, img.palette->size);
+        const std::string pixels = img.Pixels();
+        EXPECT_EQ(std::string("\1\2\3", 3), pixels.substr(0, 3));
+        EXPECT_EQ(std::string(pixels.size() - 16, '\0'), pixels.substr(16));
+    }
+    EXPECT_EQ("", log.text());
+}
+
+TEST(GifTest, AbsurdHeadersAreRefusedBeforeAllocating) {
+    // Over 64 MiB and more than the file could fill at 4096 pixels a byte.
+    LogCapture log;
+    const std::string absurd[] = {GifFile(65535, 65535, 0, 2, "\1x").s,
+                                  GifFile(9000, 9000, 0, 2, std::string(200, '\xFF')).s};
+    for (const std::string& bytes : absurd) {
+        Loaded img(Load_GIF, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+        EXPECT_EQ("GIF: error reading image\nGIF: EOF / read error on image data\n", log.text());
+    }
+}

@@ -59,6 +59,46 @@ TEST(PcxTest, MalformedFilesFailCleanly) {
     EXPECT_EQ(std::string("\5\5\0\0\6\0\0\0", 8), img.Pixels());
 }
 
+TEST(PcxTest, ShortFilesDecodeWhatTheyHold) {
+    // No short read is checked: a picture of plausible size is allocated whatever the file holds,
+    // and what the data does not reach decodes as zeros (the stream reads zeros past its end).
+    struct Case { std::string bytes; unsigned width, height; std::string start; size_t zeros; };
+    const Case cases[] = {
+        {PcxHeader(5, 8, 200, 100, 1, 200).u8(0xC3).u8(7).u8(8).s, 200, 100,
+         std::string("\7\7\7\10", 4), 200 * 100 - 4},
+        {PcxHeader(5, 8, 3000, 2000, 3, 3000).u8(0xC2).u8(7).s, 3000, 2000,
+         std::string("\0\0\7\0\0\7", 6), 3000 * 2000 * 3 - 6},
+        // A header cut after its plane fields: the rest of it reads as zeros.
+        {PcxHeader(0, 8, 5, 4, 1, 6).s.substr(0, 70), 5, 4, "", 5 * 4},
+    };
+    LogCapture log;
+    for (const Case& c : cases) {
+        Loaded img(Load_PCX, c.bytes);
+        ASSERT_TRUE(img.ok);
+        EXPECT_EQ(c.width, img.width);
+        EXPECT_EQ(c.height, img.height);
+        EXPECT_EQ(nullptr, img.palette);
+        const std::string pixels = img.Pixels();
+        EXPECT_EQ(c.start, pixels.substr(0, c.start.size()));
+        EXPECT_EQ(std::string(c.zeros, '\0'), pixels.substr(c.start.size()));
+    }
+    EXPECT_EQ("", log.text());
+}
+
+TEST(PcxTest, AbsurdHeadersAreRefusedBeforeAllocating) {
+    // Over 64 MiB and more than the file could fill at 63 bytes for every 2.
+    const std::string absurd[] = {
+        PcxHeader(5, 8, 30000, 30000, 3, 60000).fill(64).s,
+        PcxHeader(5, 8, 65535, 65535, 255, 65535).fill(4000).s,
+        PcxHeader(5, 8, 10000, 7000, 1, 10000).fill(1000, 0xFF).s,
+    };
+    for (const std::string& bytes : absurd) {
+        Loaded img(Load_PCX, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+    }
+}
+
 TEST(PcxTest, EveryPrefixOfEveryFixtureLoadsSafely) { LoadEveryPrefix(Load_PCX, kPcxFixtures); }
 
 TEST(PcxTest, SaveWritesTheLayoutByteForByte) {

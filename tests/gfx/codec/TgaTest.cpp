@@ -143,3 +143,45 @@ TEST(TgaTest, MalformedFilesFailCleanly) {
     EXPECT_TRUE(Load_TGA(f, &none.pixels, none.width, none.height, &none.palette, none.bpp));
     EXPECT_EQ(nullptr, none.palette);
 }
+
+TEST(TgaTest, ShortFilesGiveTheirReadError) {
+    // Pictures of plausible size are allocated whatever the file holds; the first pixel the
+    // data lacks is reported, by its image row and column.
+    LogCapture log;
+    struct Case { std::string bytes; const char* message; };
+    const Case cases[] = {
+        {TgaHeader(0, 2, 0, 0, 0, 8, 4, 24, 0).fill(30).s, "TGA: Error reading data, line 2, x= 2"},
+        {TgaHeader(0, 2, 0, 0, 0, 8, 4, 24, 0x20).fill(30).s,
+         "TGA: Error reading data, line 1, x= 2"},
+        {TgaHeader(0, 3, 0, 0, 0, 5, 5, 8, 0).s, "TGA: Error reading data, line 4, x= 0"},
+        {TgaHeader(0, 11, 0, 0, 0, 16, 16, 8, 0).u8(0x8F).u8(1).u8(0x02).u8(5).s,
+         "TGA: Error reading data, line 14, x= 1"},
+        {TgaHeader(0, 10, 0, 0, 0, 6, 6, 32, 0x20).u8(0x80).u32(1).u8(3).u32(2).u32(3).s,
+         "TGA: Error reading data, line 0, x= 3"},
+        {TgaHeader(1, 9, 0, 2, 24, 7, 3, 8, 0).fill(6).u8(0x85).u8(1).s,
+         "TGA: Error reading data, line 2, x= 6"},
+        {TgaHeader(0, 2, 0, 0, 0, 2000, 2000, 32, 0).fill(16).s,
+         "TGA: Error reading data, line 1999, x= 4"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_FALSE(Loaded(Load_TGA, c.bytes).ok);
+        EXPECT_EQ(c.message, log.text());
+    }
+}
+
+TEST(TgaTest, AbsurdHeadersAreRefusedBeforeAllocating) {
+    // Over 64 MiB and more than the file could fill at 128 pixels a packet.
+    LogCapture log;
+    const std::string absurd[] = {
+        TgaHeader(0, 2, 0, 0, 0, 65535, 65535, 32, 0).fill(64).s,
+        TgaHeader(0, 10, 0, 0, 0, 65535, 65535, 8, 0).fill(64, 0xFF).s,
+        TgaHeader(0, 10, 0, 0, 0, 65535, 65535, 32, 0).fill(100000, 0xFF).s,
+        TgaHeader(0, 3, 0, 0, 0, 9000, 9000, 8, 0).fill(1000).s,
+    };
+    for (const std::string& bytes : absurd) {
+        Loaded img(Load_TGA, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+        EXPECT_EQ("TGA: not enough memory\n", log.text());
+    }
+}
