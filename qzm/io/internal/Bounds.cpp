@@ -13,11 +13,6 @@ uint32_t RemainingBytes(QZMResFile& file) {
     return end > here && here >= 0 ? static_cast<uint32_t>(end - here) : 0;
 }
 
-bool FitsInStream(QZMResFile& file, uint32_t count, uint32_t unitSize) {
-    uint64_t needed = static_cast<uint64_t>(count) * unitSize;
-    return needed == 0 || needed <= RemainingBytes(file);
-}
-
 bool PlausibleAllocation(QZMResFile& file, uint64_t bytes, uint64_t bytesPerStreamByte) {
     if (bytes <= kPlausibleBytes) return true;
     if (bytesPerStreamByte == 0) return false;

@@ -9,9 +9,6 @@ namespace QZM::internal {
 /// A stream whose size cannot be measured reports 0.
 uint32_t RemainingBytes(QZMResFile& file);
 
-/// True when count records of unitSize bytes each can still come from the stream.
-bool FitsInStream(QZMResFile& file, uint32_t count, uint32_t unitSize);
-
 /// Allocations up to this size are always attempted, whatever the stream holds.
 constexpr uint64_t kPlausibleBytes = uint64_t(64) << 20;
 
