@@ -10,8 +10,15 @@
 #include <qzm/core/Log.h>
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/codec/Codecs.h>
+#include <qzm/gfx/internal/ByteOrder.h>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
+
+using QZM::internal::StoreLE32;
 
 using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned int&, unsigned int&, QZMPal**,
                         unsigned short&);
@@ -46,7 +53,7 @@ struct Box {
     }
 };
 
-Box ClipBox(const QZMImage& img) {
+inline Box ClipBox(const QZMImage& img) {
     return Box{std::max<int64_t>(img.clipX1, 0), std::max<int64_t>(img.clipY1, 0),
                std::min<int64_t>(img.clipX2, int64_t(img.width) - 1),
                std::min<int64_t>(img.clipY2, int64_t(img.height) - 1)};
@@ -114,19 +121,76 @@ void Fill16(uint8_t* row, unsigned count, unsigned color) {
     if (count % 2) std::memcpy(row + 2 * (count - 1), &half, 2);
 }
 
-// Sixteen pixels (48 bytes) per step up to one L1-sized chunk; longer runs (whole rows of a
-// rectangle) then copy that chunk onward.
+// A 24-bit colour repeated, in pieces that may start at any byte: the piece for byte o of a run
+// of whole pixels has phase o % 3. SSE2 stores 16 bytes at a time, other targets 8. A piece of
+// phase 1 or 2 is the pattern shifted by that many bytes, the gap at its end filled from a copy
+// shifted the other way by the rest of the 3-byte period.
+#ifdef __SSE2__
+struct Pattern24 {
+    static const size_t kSize = 16;
+    __m128i piece[3];
+
+    explicit Pattern24(unsigned color) {
+        __m128i bytes = _mm_cvtsi32_si128(int(color & 0xFFFFFFu));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 3));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 6));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 12));
+        piece[0] = bytes;
+        piece[1] = _mm_or_si128(_mm_srli_si128(bytes, 1), _mm_slli_si128(bytes, 2));
+        piece[2] = _mm_or_si128(_mm_srli_si128(bytes, 2), _mm_slli_si128(bytes, 1));
+    }
+    void Store(uint8_t* at, unsigned phase) const {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(at), piece[phase]);
+    }
+};
+#else
+struct Pattern24 {
+    static const size_t kSize = 8;
+    uint64_t piece[3]; // the first byte lowest
+
+    explicit Pattern24(unsigned color) {
+        uint64_t bytes = uint64_t(color & 0xFFFFFFu) * 0x0001000001000001u;
+        piece[0] = bytes;
+        piece[1] = bytes >> 8 | bytes << 16;
+        piece[2] = bytes >> 16 | bytes << 8;
+    }
+    void Store(uint8_t* at, unsigned phase) const {
+        StoreLE32(at, uint32_t(piece[phase]));
+        StoreLE32(at + 4, uint32_t(piece[phase] >> 32));
+    }
+};
+#endif
+
+void Put24(uint8_t* at, unsigned color) {
+    at[0] = static_cast<uint8_t>(color);
+    at[1] = static_cast<uint8_t>(color >> 8);
+    at[2] = static_cast<uint8_t>(color >> 16);
+}
+
 void Fill24(uint8_t* row, unsigned count, unsigned color) {
-    const size_t chunk = 3 * 1024;
-    size_t total = size_t(count) * 3;
-    uint8_t pattern[48];
-    for (unsigned i = 0; i < 48; ++i) pattern[i] = static_cast<uint8_t>(color >> (8 * (i % 3)));
-    size_t head = std::min(total, chunk);
-    size_t i = 0;
-    for (; i + 48 <= head; i += 48) std::memcpy(row + i, pattern, 48);
-    std::memcpy(row + i, pattern, head - i);
-    for (size_t done = head; done < total; done += chunk)
-        std::memcpy(row + done, row, std::min(chunk, total - done));
+    const size_t size = Pattern24::kSize, group = 3 * size;
+    size_t bytes = size_t(count) * 3;
+    if (bytes < size) {
+        for (size_t i = 0; i < bytes; i += 3) Put24(row + i, color);
+        return;
+    }
+    Pattern24 pattern(color);
+    // A run ends on a whole pixel, so a piece that ends with it has the phase of -size.
+    const unsigned lastPhase = (3 - size % 3) % 3;
+    if (bytes < group) {
+        pattern.Store(row, 0);
+        if (bytes > 2 * size) pattern.Store(row + size, size % 3);
+        pattern.Store(row + bytes - size, lastPhase);
+        return;
+    }
+    // Groups of three pieces cover whole pixels; the last group may overlap the one before.
+    auto storeGroup = [&pattern](uint8_t* at) {
+        pattern.Store(at, 0);
+        pattern.Store(at + size, size % 3);
+        pattern.Store(at + 2 * size, 2 * size % 3);
+    };
+    for (size_t at = 0; at + group < bytes; at += group) storeGroup(row + at);
+    storeGroup(row + bytes - group);
 }
 
 // Put rule over count pixels.
