@@ -290,20 +290,15 @@ void WithPixelWriter(const QZMImage& img, unsigned color, QZMImage::DrawMode mod
 }
 
 // Plots single points; the per-point test is dropped when the whole figure is inside.
-struct Plotter {
-    QZMImage& img;
+template <class Pixel> struct Plotter {
+    const QZMImage& img;
     Box box;
-    unsigned color;
-    QZMImage::DrawMode mode;
     bool check;
+    Pixel pixel;
 
     void operator()(int64_t x, int64_t y) const {
         if (check && !box.Contains(x, y)) return;
-        unsigned offset = unsigned(y * img.pitch + x * img.BytesPerPixel());
-        if (mode)
-            img.FastXor(offset, color);
-        else
-            img.FastPut(offset, color);
+        pixel(img.pixels + size_t(y) * img.pitch + size_t(x) * img.BytesPerPixel());
     }
 };
 
@@ -314,8 +309,10 @@ void Column(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
     Box box = ClipBox(img);
     int64_t from, count;
     if (x < box.x1 || x > box.x2 || !ClipRun(y, len, box.y1, box.y2, from, count)) return;
-    Plotter plot{img, box, color, mode, false};
-    for (int64_t i = 0; i < count; ++i) plot(x, from + i);
+    WithPixelWriter(img, color, mode, [&](auto pixel) {
+        Plotter<decltype(pixel)> plot{img, box, false, pixel};
+        for (int64_t i = 0; i < count; ++i) plot(x, from + i);
+    });
 }
 
 // One axis of a line: its first coordinate, its direction (+1 or -1), the number of places it
@@ -764,26 +761,29 @@ void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
     int64_t left = int64_t(cx) - r, right = int64_t(cx) + r;
     int64_t top = int64_t(cy) - r, bottom = int64_t(cy) + r;
     if (!box.Meets(left, top, right, bottom)) return;
-    Plotter plot{*this, box, color, mode, !box.Contains(left, top) || !box.Contains(right, bottom)};
+    bool check = !box.Contains(left, top) || !box.Contains(right, bottom);
     // Points (cx +- x, cy +- y) need a visible column cx +- x, points (cx +- y, cy +- x) a
     // visible row cy +- x.
     OffsetRanges columns;
     columns.AddAround(cx, box.x1, box.x2);
     columns.AddAround(cy, box.y1, box.y2);
-    WalkCircle(
-        r, columns,
-        [&](int64_t x, int64_t y) {
-            plot(cx + x, cy + y);
-            if (x != 0) plot(cx - x, cy + y);
-            if (y != 0) plot(cx + x, cy - y);
-            if (x != 0 && y != 0) plot(cx - x, cy - y);
-            if (x == y) return;
-            plot(cx + y, cy + x);
-            if (x != 0) plot(cx + y, cy - x);
-            if (y != 0) plot(cx - y, cy + x);
-            if (x != 0 && y != 0) plot(cx - y, cy - x);
-        },
-        [](int64_t, int64_t) {});
+    WithPixelWriter(*this, color, mode, [&](auto pixel) {
+        Plotter<decltype(pixel)> plot{*this, box, check, pixel};
+        WalkCircle(
+            r, columns,
+            [&](int64_t x, int64_t y) {
+                plot(cx + x, cy + y);
+                if (x != 0) plot(cx - x, cy + y);
+                if (y != 0) plot(cx + x, cy - y);
+                if (x != 0 && y != 0) plot(cx - x, cy - y);
+                if (x == y) return;
+                plot(cx + y, cy + x);
+                if (x != 0) plot(cx + y, cy - x);
+                if (y != 0) plot(cx - y, cy + x);
+                if (x != 0 && y != 0) plot(cx - y, cy - x);
+            },
+            [](int64_t, int64_t) {});
+    });
 }
 
 void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
