@@ -1,17 +1,27 @@
+// Fills and primitives on 640x480 images with the inputs of the measured workloads, each next
+// to SDL 1.2 + SDL_gfx on a software surface of the same format (and, for fills, to memset of
+// the same bytes); then block copies, gradients and text.
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
 
+#include "bench/support/Workload.h"
+
+#include <SDL.h>
+#include <SDL_gfxPrimitives.h>
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 const unsigned kWidth = 640;
 const unsigned kHeight = 480;
+const int kFillIndex = 146;
 
 unsigned ColorFor(unsigned bpp) {
     return bpp == 8 ? 0x5A : 0x12345678;
@@ -25,49 +35,129 @@ size_t ImageBytes(unsigned bpp) {
     return size_t(kWidth) * kHeight * ((bpp + 7) / 8);
 }
 
-void BM_Rectangle(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage img(kWidth, kHeight, bpp);
+enum Lib { kQzm, kSdlGfx, kMemset };
+
+// The workloads' formats: the 3-3-2 palette at 8 bits, RGB565 at 16, 0x00RRGGBB at 24 and 32.
+SDL_Surface* PeerSurface(int bpp) {
+    Uint32 red = 0, green = 0, blue = 0;
+    if (bpp == 16) red = 0xF800, green = 0x07E0, blue = 0x001F;
+    if (bpp >= 24) red = 0xFF0000, green = 0x00FF00, blue = 0x0000FF;
+    SDL_Surface* s =
+        SDL_CreateRGBSurface(SDL_SWSURFACE, int(kWidth), int(kHeight), bpp, red, green, blue, 0);
+    if (s && bpp == 8) {
+        SDL_Color colors[256];
+        for (int i = 0; i < 256; ++i) {
+            int r, g, b;
+            bench::Pal332(i, r, g, b);
+            colors[i] = SDL_Color{Uint8(r), Uint8(g), Uint8(b), 0};
+        }
+        SDL_SetColors(s, colors, 0, 256);
+    }
+    return s;
+}
+
+// SDL_gfx takes the palette colour as opaque RGBA: alpha 255 is a plain write.
+Uint32 GfxColor(int index) {
+    int r, g, b;
+    bench::Pal332(index, r, g, b);
+    return Uint32(r) << 24 | Uint32(g) << 16 | Uint32(b) << 8 | 0xFF;
+}
+
+void BM_Fill(benchmark::State& state, Lib lib) {
+    int bpp = int(state.range(0));
+    Uint32 pixel = bench::PixelOf(bpp, kFillIndex);
+    QZMImage img(kWidth, kHeight, unsigned(bpp));
+    SDL_Surface* surface = lib == kSdlGfx ? PeerSurface(bpp) : nullptr;
+    if (lib == kSdlGfx && !surface) {
+        state.SkipWithError("no SDL surface");
+        return;
+    }
     for (auto _ : state) {
-        img.Rectangle(0, 0, kWidth, kHeight, ColorFor(bpp));
+        if (lib == kQzm) img.Rectangle(0, 0, kWidth, kHeight, pixel);
+        if (lib == kSdlGfx) SDL_FillRect(surface, nullptr, pixel);
+        if (lib == kMemset) std::memset(img.pixels, int(pixel & 0xFF), ImageBytes(unsigned(bpp)));
         benchmark::DoNotOptimize(img.pixels);
+        benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
+    SDL_FreeSurface(surface);
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(ImageBytes(unsigned(bpp))));
 }
-BENCHMARK(BM_Rectangle)->Apply(Depths);
+BENCHMARK_CAPTURE(BM_Fill, qzm, kQzm)->Apply(Depths);
+BENCHMARK_CAPTURE(BM_Fill, sdl_gfx, kSdlGfx)->Apply(Depths);
+BENCHMARK_CAPTURE(BM_Fill, memset, kMemset)->Apply(Depths);
 
-void BM_HLine(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage img(kWidth, kHeight, bpp);
+void DrawQzm(QZMImage& img, bench::PrimKind kind, const bench::Prim& p, unsigned pixel) {
+    switch (kind) {
+    case bench::kHLine:
+        img.HLine(std::min(p.x1, p.x2), p.y1, unsigned(std::abs(p.x2 - p.x1) + 1), pixel);
+        break;
+    case bench::kLine: img.Line(p.x1, p.y1, p.x2, p.y2, pixel); break;
+    case bench::kCircle: img.Circle(p.x1, p.y1, p.r, pixel); break;
+    case bench::kFilledCircle: img.Disk(p.x1, p.y1, p.r, pixel); break;
+    }
+}
+
+void DrawSdlGfx(SDL_Surface* s, bench::PrimKind kind, const bench::Prim& p, Uint32 rgba) {
+    switch (kind) {
+    case bench::kHLine: hlineColor(s, Sint16(p.x1), Sint16(p.x2), Sint16(p.y1), rgba); break;
+    case bench::kLine:
+        lineColor(s, Sint16(p.x1), Sint16(p.y1), Sint16(p.x2), Sint16(p.y2), rgba);
+        break;
+    case bench::kCircle: circleColor(s, Sint16(p.x1), Sint16(p.y1), Sint16(p.r), rgba); break;
+    case bench::kFilledCircle:
+        filledCircleColor(s, Sint16(p.x1), Sint16(p.y1), Sint16(p.r), rgba);
+        break;
+    }
+}
+
+// The thousand primitives of a workload, drawn again at every iteration over the background.
+void DrawPrims(benchmark::State& state, bench::PrimKind kind, Lib lib) {
+    int bpp = int(state.range(0));
+    const std::vector<bench::Prim> prims = bench::Prims(kind);
+    std::vector<Uint32> colors;
+    for (const bench::Prim& p : prims)
+        colors.push_back(lib == kSdlGfx ? GfxColor(p.c) : bench::PixelOf(bpp, p.c));
+    QZMImage img(kWidth, kHeight, unsigned(bpp));
+    img.Rectangle(0, 0, kWidth, kHeight, bench::PixelOf(bpp, bench::kBackgroundIndex));
+    SDL_Surface* surface = lib == kSdlGfx ? PeerSurface(bpp) : nullptr;
+    if (lib == kSdlGfx && !surface) {
+        state.SkipWithError("no SDL surface");
+        return;
+    }
+    if (surface) SDL_FillRect(surface, nullptr, bench::PixelOf(bpp, bench::kBackgroundIndex));
     for (auto _ : state) {
-        for (unsigned y = 0; y < kHeight; ++y) img.HLine(0, int(y), kWidth, ColorFor(bpp));
+        for (size_t i = 0; i < prims.size(); ++i) {
+            const bench::Prim& p = prims[i];
+            if (lib == kQzm) DrawQzm(img, kind, p, colors[i]);
+            if (lib == kSdlGfx) DrawSdlGfx(surface, kind, p, colors[i]);
+            if (lib == kMemset)
+                std::memset(img.pixels + p.y1 * img.pitch + std::min(p.x1, p.x2) * (bpp / 8),
+                            int(colors[i] & 0xFF), size_t(std::abs(p.x2 - p.x1) + 1) * (bpp / 8));
+        }
         benchmark::DoNotOptimize(img.pixels);
+        benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
+    SDL_FreeSurface(surface);
+    state.SetItemsProcessed(int64_t(state.iterations()) * int64_t(prims.size()));
 }
-BENCHMARK(BM_HLine)->Apply(Depths);
 
-void BM_MemsetSameBytes(benchmark::State& state) {
-    std::vector<uint8_t> buffer(ImageBytes(unsigned(state.range(0))));
-    for (auto _ : state) {
-        std::memset(buffer.data(), 0x5A, buffer.size());
-        benchmark::DoNotOptimize(buffer.data());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * buffer.size());
-}
-BENCHMARK(BM_MemsetSameBytes)->Apply(Depths);
-
-// The HLine baseline: one memset per row, as many calls as HLine makes.
-void BM_MemsetRows(benchmark::State& state) {
-    size_t row = ImageBytes(unsigned(state.range(0))) / kHeight;
-    std::vector<uint8_t> buffer(row * kHeight);
-    for (auto _ : state) {
-        for (unsigned y = 0; y < kHeight; ++y) std::memset(buffer.data() + y * row, 0x5A, row);
-        benchmark::DoNotOptimize(buffer.data());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * buffer.size());
-}
-BENCHMARK(BM_MemsetRows)->Apply(Depths);
+// BM_<primitive>/<library>/<bpp>; memset of the same bytes is the limit of horizontal lines.
+const bool kPrimsRegistered = [] {
+    const std::pair<const char*, bench::PrimKind> prims[] = {
+        {"BM_HLine", bench::kHLine},
+        {"BM_Line", bench::kLine},
+        {"BM_Circle", bench::kCircle},
+        {"BM_Disk", bench::kFilledCircle}};
+    const std::pair<const char*, Lib> libs[] = {
+        {"qzm", kQzm}, {"sdl_gfx", kSdlGfx}, {"memset", kMemset}};
+    for (const auto& prim : prims)
+        for (const auto& lib : libs)
+            if (lib.second != kMemset || prim.second == bench::kHLine)
+                benchmark::RegisterBenchmark((std::string(prim.first) + "/" + lib.first).c_str(),
+                                             DrawPrims, prim.second, lib.second)
+                    ->Apply(Depths);
+    return true;
+}();
 
 void BM_CopyImage(benchmark::State& state) {
     unsigned bpp = unsigned(state.range(0));
@@ -105,48 +195,25 @@ void BM_TCopyImage(benchmark::State& state) {
 }
 BENCHMARK(BM_TCopyImage)->Apply(Depths);
 
-void BM_Line(benchmark::State& state) {
-    QZMImage img(kWidth, kHeight, 32);
-    for (auto _ : state) {
-        for (int i = 0; i < 100; ++i)
-            img.Line(i * 7 - 50, -10, 639 - i * 5, 490, 0xFF00FF, QZMImage::DrawMode(i & 1));
-        benchmark::DoNotOptimize(img.pixels);
-    }
-    state.SetItemsProcessed(int64_t(state.iterations()) * 100);
-}
-BENCHMARK(BM_Line);
-
-void BM_Circle(benchmark::State& state) {
-    QZMImage img(kWidth, kHeight, 32);
-    for (auto _ : state) {
-        for (int r = 10; r < 400; r += 4) img.Circle(320, 240, r, 0xFF00FF);
-        benchmark::DoNotOptimize(img.pixels);
-    }
-}
-BENCHMARK(BM_Circle);
-
-void BM_Disk(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage img(kWidth, kHeight, bpp);
-    for (auto _ : state) {
-        img.Disk(320, 240, 230, ColorFor(bpp));
-        benchmark::DoNotOptimize(img.pixels);
-    }
-}
-BENCHMARK(BM_Disk)->Apply(Depths);
-
-// Circles far larger than the image whose edge crosses it: the cost follows the visible part.
-void BM_HugeCircleEdge(benchmark::State& state) {
+// Lines and circles far larger than the image that cross it: the cost follows the visible part.
+void BM_HugeFiguresAcross(benchmark::State& state) {
     const int r = 2000000000;
     QZMImage img(kWidth, kHeight, 32);
     for (auto _ : state) {
         img.Circle(320, 240 + r - 10, r, 0xFFFFFF);
         img.Disk(320, 240 + r - 10, r, 0x808080);
         img.Disk(320 - r + 10, 240, r, 0x404040);
+        for (int i = 0; i < 100; ++i) {
+            int a = r - i * 7919, b = r / (i + 2);
+            if (i & 1)
+                img.Line(320 - a, 240 - b, 320 + a, 240 + b, 0xFF00FF);
+            else
+                img.Line(320 - b, 240 + a, 320 + b, 240 - a, 0xFF00FF, QZMImage::DRAW_XOR);
+        }
         benchmark::DoNotOptimize(img.pixels);
     }
 }
-BENCHMARK(BM_HugeCircleEdge)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_HugeFiguresAcross)->Unit(benchmark::kMillisecond);
 
 void BM_Gradient(benchmark::State& state) {
     unsigned bpp = unsigned(state.range(0));

@@ -10,9 +10,17 @@
 #include <qzm/core/Log.h>
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/codec/Codecs.h>
+#include <qzm/gfx/internal/ByteOrder.h>
 #include <qzm/gfx/internal/GlyphSheet.h>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
+
+using QZM::internal::StoreLE16;
+using QZM::internal::StoreLE32;
 
 using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned int&, unsigned int&, QZMPal**,
                         unsigned short&);
@@ -47,7 +55,7 @@ struct Box {
     }
 };
 
-Box ClipBox(const QZMImage& img) {
+inline Box ClipBox(const QZMImage& img) {
     return Box{std::max<int64_t>(img.clipX1, 0), std::max<int64_t>(img.clipY1, 0),
                std::min<int64_t>(img.clipX2, int64_t(img.width) - 1),
                std::min<int64_t>(img.clipY2, int64_t(img.height) - 1)};
@@ -115,19 +123,76 @@ void Fill16(uint8_t* row, unsigned count, unsigned color) {
     if (count % 2) std::memcpy(row + 2 * (count - 1), &half, 2);
 }
 
-// Sixteen pixels (48 bytes) per step up to one L1-sized chunk; longer runs (whole rows of a
-// rectangle) then copy that chunk onward.
+// A 24-bit colour repeated, in pieces that may start at any byte: the piece for byte o of a run
+// of whole pixels has phase o % 3. SSE2 stores 16 bytes at a time, other targets 8. A piece of
+// phase 1 or 2 is the pattern shifted by that many bytes, the gap at its end filled from a copy
+// shifted the other way by the rest of the 3-byte period.
+#ifdef __SSE2__
+struct Pattern24 {
+    static const size_t kSize = 16;
+    __m128i piece[3];
+
+    explicit Pattern24(unsigned color) {
+        __m128i bytes = _mm_cvtsi32_si128(int(color & 0xFFFFFFu));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 3));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 6));
+        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 12));
+        piece[0] = bytes;
+        piece[1] = _mm_or_si128(_mm_srli_si128(bytes, 1), _mm_slli_si128(bytes, 2));
+        piece[2] = _mm_or_si128(_mm_srli_si128(bytes, 2), _mm_slli_si128(bytes, 1));
+    }
+    void Store(uint8_t* at, unsigned phase) const {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(at), piece[phase]);
+    }
+};
+#else
+struct Pattern24 {
+    static const size_t kSize = 8;
+    uint64_t piece[3]; // the first byte lowest
+
+    explicit Pattern24(unsigned color) {
+        uint64_t bytes = uint64_t(color & 0xFFFFFFu) * 0x0001000001000001u;
+        piece[0] = bytes;
+        piece[1] = bytes >> 8 | bytes << 16;
+        piece[2] = bytes >> 16 | bytes << 8;
+    }
+    void Store(uint8_t* at, unsigned phase) const {
+        StoreLE32(at, uint32_t(piece[phase]));
+        StoreLE32(at + 4, uint32_t(piece[phase] >> 32));
+    }
+};
+#endif
+
+void Put24(uint8_t* at, unsigned color) {
+    at[0] = static_cast<uint8_t>(color);
+    at[1] = static_cast<uint8_t>(color >> 8);
+    at[2] = static_cast<uint8_t>(color >> 16);
+}
+
 void Fill24(uint8_t* row, unsigned count, unsigned color) {
-    const size_t chunk = 3 * 1024;
-    size_t total = size_t(count) * 3;
-    uint8_t pattern[48];
-    for (unsigned i = 0; i < 48; ++i) pattern[i] = static_cast<uint8_t>(color >> (8 * (i % 3)));
-    size_t head = std::min(total, chunk);
-    size_t i = 0;
-    for (; i + 48 <= head; i += 48) std::memcpy(row + i, pattern, 48);
-    std::memcpy(row + i, pattern, head - i);
-    for (size_t done = head; done < total; done += chunk)
-        std::memcpy(row + done, row, std::min(chunk, total - done));
+    const size_t size = Pattern24::kSize, group = 3 * size;
+    size_t bytes = size_t(count) * 3;
+    if (bytes < size) {
+        for (size_t i = 0; i < bytes; i += 3) Put24(row + i, color);
+        return;
+    }
+    Pattern24 pattern(color);
+    // A run ends on a whole pixel, so a piece that ends with it has the phase of -size.
+    const unsigned lastPhase = (3 - size % 3) % 3;
+    if (bytes < group) {
+        pattern.Store(row, 0);
+        if (bytes > 2 * size) pattern.Store(row + size, size % 3);
+        pattern.Store(row + bytes - size, lastPhase);
+        return;
+    }
+    // Groups of three pieces cover whole pixels; the last group may overlap the one before.
+    auto storeGroup = [&pattern](uint8_t* at) {
+        pattern.Store(at, 0);
+        pattern.Store(at + size, size % 3);
+        pattern.Store(at + 2 * size, 2 * size % 3);
+    };
+    for (size_t at = 0; at + group < bytes; at += group) storeGroup(row + at);
+    storeGroup(row + bytes - group);
 }
 
 // Put rule over count pixels.
@@ -186,21 +251,55 @@ void Span(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
         FillRow(img, row, unsigned(count), color);
 }
 
+// Calls draw once with the pixel writer of the image's depth and the mode, so that loops over
+// many pixels choose it once; unknown depths draw nothing.
+template <class Draw>
+void WithPixelWriter(const QZMImage& img, unsigned color, QZMImage::DrawMode mode, Draw draw) {
+    auto complement16 = [](uint8_t* at) {
+        uint16_t word;
+        std::memcpy(&word, at, 2);
+        word = uint16_t(~word);
+        std::memcpy(at, &word, 2);
+    };
+    switch (img.bpp) {
+    case 8:
+        if (mode) draw([key = uint8_t(color)](uint8_t* at) { *at ^= key; });
+        else draw([value = uint8_t(color)](uint8_t* at) { *at = value; });
+        break;
+    case 15:
+    case 16:
+        if (mode) draw(complement16);
+        else draw([color](uint8_t* at) { StoreLE16(at, color); });
+        break;
+    case 24:
+        if (mode) draw([complement16](uint8_t* at) {
+            complement16(at);
+            at[2] = uint8_t(~at[2]);
+        });
+        else draw([color](uint8_t* at) { Put24(at, color); });
+        break;
+    case 32:
+        if (mode) draw([](uint8_t* at) {
+            uint32_t word;
+            std::memcpy(&word, at, 4);
+            word = ~word;
+            std::memcpy(at, &word, 4);
+        });
+        else draw([color](uint8_t* at) { StoreLE32(at, color); });
+        break;
+    }
+}
+
 // Plots single points; the per-point test is dropped when the whole figure is inside.
-struct Plotter {
-    QZMImage& img;
+template <class Pixel> struct Plotter {
+    const QZMImage& img;
     Box box;
-    unsigned color;
-    QZMImage::DrawMode mode;
     bool check;
+    Pixel pixel;
 
     void operator()(int64_t x, int64_t y) const {
         if (check && !box.Contains(x, y)) return;
-        unsigned offset = unsigned(y * img.pitch + x * img.BytesPerPixel());
-        if (mode)
-            img.FastXor(offset, color);
-        else
-            img.FastPut(offset, color);
+        pixel(img.pixels + size_t(y) * img.pitch + size_t(x) * img.BytesPerPixel());
     }
 };
 
@@ -211,8 +310,99 @@ void Column(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
     Box box = ClipBox(img);
     int64_t from, count;
     if (x < box.x1 || x > box.x2 || !ClipRun(y, len, box.y1, box.y2, from, count)) return;
-    Plotter plot{img, box, color, mode, false};
-    for (int64_t i = 0; i < count; ++i) plot(x, from + i);
+    WithPixelWriter(img, color, mode, [&](auto pixel) {
+        Plotter<decltype(pixel)> plot{img, box, false, pixel};
+        for (int64_t i = 0; i < count; ++i) plot(x, from + i);
+    });
+}
+
+// One axis of a line: its first coordinate, its direction (+1 or -1), the number of places it
+// covers, the box's extent on it and the bytes from one place to the next.
+struct LineAxis {
+    int64_t start, dir;
+    uint64_t len;
+    int64_t lo, hi;
+    size_t stride;
+
+    LineAxis(int from, int to, int64_t lo, int64_t hi, size_t stride)
+        : start(from), dir(to >= from ? 1 : -1), len(uint64_t(std::abs(int64_t(to) - from)) + 1),
+          lo(lo), hi(hi), stride(stride) {}
+
+    // The offsets along the axis, in [0, len), whose coordinate lies in the box. Multiplying by
+    // the direction instead of testing it leaves no branch for random lines to mispredict.
+    bool Visible(uint64_t& first, uint64_t& last) const {
+        int64_t a = dir * (lo - start), b = dir * (hi - start);
+        int64_t from = std::max<int64_t>(std::min(a, b), 0);
+        int64_t to = std::min(std::max(a, b), int64_t(len) - 1);
+        first = uint64_t(from);
+        last = uint64_t(to);
+        return from <= to;
+    }
+    size_t ByteOffset(uint64_t offset) const {
+        return size_t(start + dir * int64_t(offset)) * stride;
+    }
+    // Offsets add up in wrapping size_t arithmetic: a step backwards is its two's complement.
+    size_t Step() const { return size_t(dir) * stride; }
+};
+
+// A line's walk steps along its longer (major) axis; after i steps the error term is i m mod M
+// and the other (minor) axis has moved floor(i m / M) places (M, m: the axes' lengths,
+// m <= M <= 2^32). So any step is reached directly, and the steps whose point lies in the box
+// form one range [first, last], the only one walked; false when it is empty.
+bool VisibleSteps(const LineAxis& major, const LineAxis& minor, uint64_t& first, uint64_t& last) {
+    uint64_t from, to;
+    if (!major.Visible(first, last) || !minor.Visible(from, to)) return false;
+    uint64_t M = major.len, m = minor.len;
+    // floor(i m / M) >= from <=> i >= ceil(from M / m); <= to <=> i m < (to + 1) M. Both
+    // products stay below 2^64 since to + 1 < m here.
+    if (from > 0) first = std::max(first, (from * M + m - 1) / m);
+    if (to + 1 < m) last = std::min(last, ((to + 1) * M - 1) / m);
+    return first <= last;
+}
+
+// count steps from byte offset at: a step moves by straight, or by diagonal when the 32-bit
+// fraction overflows. Out of line, each depth's loop has the registers to itself.
+template <class Pixel>
+[[gnu::noinline]] void WalkSteps(uint8_t* pixels, size_t at, size_t straight, size_t diagonal,
+                                 uint32_t fraction, uint32_t increment, size_t count, Pixel pixel) {
+    // The step is chosen one round before it is taken: chosen and taken in the same round, the
+    // choice may be compiled to a branch, which the irregular pattern of a line mispredicts.
+    size_t step = 0;
+    for (; count > 0; --count) {
+        at += step;
+        pixel(pixels + at);
+        uint32_t next = fraction + increment;
+        step = next < fraction ? diagonal : straight;
+        fraction = next;
+    }
+}
+
+// Walks the steps first .. last with the error term as a 32-bit fixed-point fraction of M,
+// rounded up: after j steps it is off by less than j + 1 units of 2^-32, and that never reaches
+// the next multiple of 1/M while (j + 1) M <= 2^32. Longer runs restart from the exact term.
+template <class Pixel>
+void DrawSteps(uint8_t* pixels, const LineAxis& major, const LineAxis& minor, uint64_t first,
+               uint64_t last, Pixel pixel) {
+    const uint64_t M = major.len, m = minor.len, one = uint64_t(1) << 32;
+    const size_t diagonal = major.Step() + minor.Step();
+    // A diagonal line moves both ways at every step: no fraction.
+    const bool everyStep = m == M;
+    const size_t straight = everyStep ? diagonal : major.Step();
+    const uint32_t increment = everyStep ? 0 : uint32_t(((m << 32) + M - 1) / M);
+    // The box is at most 2^15 pixels across, so the product cannot overflow.
+    const uint64_t count = last - first + 1;
+    const uint64_t run = everyStep || count * M <= one ? count : one / M;
+    for (uint64_t step = first; step <= last; step += run) {
+        uint64_t moved = 0, error = 0;
+        if (step > 0) {
+            uint64_t walked = step * m; // below 2^64: step < M, m <= 2^32
+            moved = walked / M;
+            error = walked % M;
+        }
+        uint32_t fraction = error ? uint32_t(((error << 32) + M - 1) / M) : 0;
+        WalkSteps(pixels, major.ByteOffset(step) + minor.ByteOffset(moved), straight, diagonal,
+                  fraction, increment, size_t(std::min(run, last - step + 1)), pixel);
+    }
 }
 
 // Offsets of a midpoint circle's columns, in [lo, hi]; the walk visits only such ranges.
@@ -511,37 +701,17 @@ void QZMImage::VLine(int x, int y, unsigned len, unsigned color, DrawMode mode) 
 void QZMImage::Line(int x1, int y1, int x2, int y2, unsigned color, DrawMode mode) {
     if (!pixels) return;
     Box box = ClipBox(*this);
-    if (!box.Meets(std::min(x1, x2), std::min(y1, y2), std::max(x1, x2), std::max(y1, y2))) return;
-    // Every point lies between the end points: both inside means no point needs a test.
-    Plotter plot{*this, box, color, mode, !box.Contains(x1, y1) || !box.Contains(x2, y2)};
-    int64_t dx = std::abs(int64_t(x2) - x1) + 1;
-    int64_t dy = std::abs(int64_t(y2) - y1) + 1;
-    // The longer axis advances every point, the other one when the error term overflows.
-    bool steep = dx < dy;
-    int64_t x = x1, y = y1;
-    int64_t& major = steep ? y : x;
-    int64_t& minor = steep ? x : y;
-    int64_t majorLen = steep ? dy : dx, minorLen = steep ? dx : dy;
-    int majorStep = (steep ? y2 >= y1 : x2 >= x1) ? 1 : -1;
-    int minorStep = (steep ? x2 >= x1 : y2 >= y1) ? 1 : -1;
-    // Only the steps whose major coordinate lies in the box can show: start at the first of
-    // them with the error term the walk would have (e = i m mod M), so a line running far out
-    // of the image costs no more than its visible part.
-    int64_t lo = steep ? box.y1 : box.x1, hi = steep ? box.y2 : box.x2;
-    int64_t first = std::max<int64_t>(0, majorStep > 0 ? lo - major : major - hi);
-    int64_t last = std::min<int64_t>(majorLen - 1, majorStep > 0 ? hi - major : major - lo);
-    uint64_t walked = uint64_t(first) * uint64_t(minorLen); // below 2^64: first < M, m <= M
-    int64_t e = int64_t(walked % uint64_t(majorLen));
-    major += majorStep * first;
-    minor += minorStep * int64_t(walked / uint64_t(majorLen));
-    for (int64_t i = first; i <= last; ++i, major += majorStep) {
-        plot(x, y);
-        e += minorLen;
-        if (e >= majorLen) {
-            minor += minorStep;
-            e -= majorLen;
-        }
-    }
+    const LineAxis axes[2] = {{x1, x2, box.x1, box.x2, BytesPerPixel()},
+                              {y1, y2, box.y1, box.y2, pitch}};
+    // The longer axis advances at every step, the other when the error term overflows. Chosen
+    // by index: a branch on it would be mispredicted for random lines.
+    bool steep = axes[0].len < axes[1].len;
+    const LineAxis& major = axes[steep];
+    const LineAxis& minor = axes[!steep];
+    uint64_t first, last;
+    if (!VisibleSteps(major, minor, first, last)) return;
+    WithPixelWriter(*this, color, mode,
+                    [&](auto pixel) { DrawSteps(pixels, major, minor, first, last, pixel); });
 }
 
 void QZMImage::Frame(int x, int y, unsigned w, unsigned h, unsigned color, DrawMode mode) {
@@ -594,26 +764,29 @@ void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
     int64_t left = int64_t(cx) - r, right = int64_t(cx) + r;
     int64_t top = int64_t(cy) - r, bottom = int64_t(cy) + r;
     if (!box.Meets(left, top, right, bottom)) return;
-    Plotter plot{*this, box, color, mode, !box.Contains(left, top) || !box.Contains(right, bottom)};
+    bool check = !box.Contains(left, top) || !box.Contains(right, bottom);
     // Points (cx +- x, cy +- y) need a visible column cx +- x, points (cx +- y, cy +- x) a
     // visible row cy +- x.
     OffsetRanges columns;
     columns.AddAround(cx, box.x1, box.x2);
     columns.AddAround(cy, box.y1, box.y2);
-    WalkCircle(
-        r, columns,
-        [&](int64_t x, int64_t y) {
-            plot(cx + x, cy + y);
-            if (x != 0) plot(cx - x, cy + y);
-            if (y != 0) plot(cx + x, cy - y);
-            if (x != 0 && y != 0) plot(cx - x, cy - y);
-            if (x == y) return;
-            plot(cx + y, cy + x);
-            if (x != 0) plot(cx + y, cy - x);
-            if (y != 0) plot(cx - y, cy + x);
-            if (x != 0 && y != 0) plot(cx - y, cy - x);
-        },
-        [](int64_t, int64_t) {});
+    WithPixelWriter(*this, color, mode, [&](auto pixel) {
+        Plotter<decltype(pixel)> plot{*this, box, check, pixel};
+        WalkCircle(
+            r, columns,
+            [&](int64_t x, int64_t y) {
+                plot(cx + x, cy + y);
+                if (x != 0) plot(cx - x, cy + y);
+                if (y != 0) plot(cx + x, cy - y);
+                if (x != 0 && y != 0) plot(cx - x, cy - y);
+                if (x == y) return;
+                plot(cx + y, cy + x);
+                if (x != 0) plot(cx + y, cy - x);
+                if (y != 0) plot(cx - y, cy + x);
+                if (x != 0 && y != 0) plot(cx - y, cy - x);
+            },
+            [](int64_t, int64_t) {});
+    });
 }
 
 void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
