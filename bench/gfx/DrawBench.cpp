@@ -69,42 +69,6 @@ void BM_MemsetRows(benchmark::State& state) {
 }
 BENCHMARK(BM_MemsetRows)->Apply(Depths);
 
-void BM_CopyImage(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage src(kWidth, kHeight, bpp), dst(kWidth, kHeight, bpp);
-    src.Rectangle(0, 0, kWidth, kHeight, ColorFor(bpp));
-    for (auto _ : state) {
-        dst.CopyImage(0, 0, &src, 0, 0, kWidth, kHeight);
-        benchmark::DoNotOptimize(dst.pixels);
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
-}
-BENCHMARK(BM_CopyImage)->Apply(Depths);
-
-void BM_MemcpySameBytes(benchmark::State& state) {
-    size_t bytes = ImageBytes(unsigned(state.range(0)));
-    std::vector<uint8_t> src(bytes, 1), dst(bytes);
-    for (auto _ : state) {
-        std::memcpy(dst.data(), src.data(), bytes);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * bytes);
-}
-BENCHMARK(BM_MemcpySameBytes)->Apply(Depths);
-
-void BM_TCopyImage(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage src(kWidth, kHeight, bpp), dst(kWidth, kHeight, bpp);
-    src.Rectangle(0, 0, kWidth, kHeight, 0);
-    for (int i = 0; i < 200; ++i) src.Disk(i * 37 % kWidth, i * 53 % kHeight, 20, ColorFor(bpp));
-    for (auto _ : state) {
-        dst.TCopyImage(0, 0, 0, &src, 0, 0, kWidth, kHeight);
-        benchmark::DoNotOptimize(dst.pixels);
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
-}
-BENCHMARK(BM_TCopyImage)->Apply(Depths);
-
 void BM_Line(benchmark::State& state) {
     QZMImage img(kWidth, kHeight, 32);
     for (auto _ : state) {
