@@ -23,10 +23,6 @@ const unsigned kWidth = 640;
 const unsigned kHeight = 480;
 const int kFillIndex = 146;
 
-unsigned ColorFor(unsigned bpp) {
-    return bpp == 8 ? 0x5A : 0x12345678;
-}
-
 void Depths(benchmark::internal::Benchmark* b) {
     for (int bpp : {8, 16, 24, 32}) b->Arg(bpp);
 }
@@ -158,42 +154,6 @@ const bool kPrimsRegistered = [] {
                     ->Apply(Depths);
     return true;
 }();
-
-void BM_CopyImage(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage src(kWidth, kHeight, bpp), dst(kWidth, kHeight, bpp);
-    src.Rectangle(0, 0, kWidth, kHeight, ColorFor(bpp));
-    for (auto _ : state) {
-        dst.CopyImage(0, 0, &src, 0, 0, kWidth, kHeight);
-        benchmark::DoNotOptimize(dst.pixels);
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
-}
-BENCHMARK(BM_CopyImage)->Apply(Depths);
-
-void BM_MemcpySameBytes(benchmark::State& state) {
-    size_t bytes = ImageBytes(unsigned(state.range(0)));
-    std::vector<uint8_t> src(bytes, 1), dst(bytes);
-    for (auto _ : state) {
-        std::memcpy(dst.data(), src.data(), bytes);
-        benchmark::DoNotOptimize(dst.data());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * bytes);
-}
-BENCHMARK(BM_MemcpySameBytes)->Apply(Depths);
-
-void BM_TCopyImage(benchmark::State& state) {
-    unsigned bpp = unsigned(state.range(0));
-    QZMImage src(kWidth, kHeight, bpp), dst(kWidth, kHeight, bpp);
-    src.Rectangle(0, 0, kWidth, kHeight, 0);
-    for (int i = 0; i < 200; ++i) src.Disk(i * 37 % kWidth, i * 53 % kHeight, 20, ColorFor(bpp));
-    for (auto _ : state) {
-        dst.TCopyImage(0, 0, 0, &src, 0, 0, kWidth, kHeight);
-        benchmark::DoNotOptimize(dst.pixels);
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * ImageBytes(bpp));
-}
-BENCHMARK(BM_TCopyImage)->Apply(Depths);
 
 // Lines and circles far larger than the image that cross it: the cost follows the visible part.
 void BM_HugeFiguresAcross(benchmark::State& state) {

@@ -84,6 +84,30 @@ const Figure kFigures[] = {
      "......##..#.\n........###.\n...###...##.\n............\n"},
 };
 
+
+// The keyed copy pixel by pixel in reading order on the live buffers, so that it also models a
+// copy within one image. Clipping per pixel gives the same block as clipping per axis.
+void ReferenceTCopy(QZMImage& dst, int x, int y, uint32_t key, const QZMImage& src, int sx,
+                    int sy, int w, int h) {
+    if (sx < 0 || sy < 0) return;
+    unsigned n = dst.BytesPerPixel();
+    uint32_t compared = n >= 3 ? key : key & ((1u << 8 * n) - 1);
+    const uint8_t* end = src.pixels + src.pitch * src.height;
+    for (int j = 0; j < h; ++j)
+        for (int i = 0; i < w; ++i) {
+            int tx = x + i, ty = y + j, fx = sx + i, fy = sy + j;
+            if (tx < dst.clipX1 || tx > dst.clipX2 || ty < dst.clipY1 || ty > dst.clipY2 ||
+                fx >= int(src.width) || fy >= int(src.height))
+                continue;
+            const uint8_t* p = src.pixels + fy * src.pitch + fx * n;
+            uint32_t value = 0;
+            if (n == 3)
+                value = p[1] | p[2] << 8 | uint32_t(p + 3 < end ? p[3] : 0) << 16;
+            else
+                for (unsigned k = 0; k < n; ++k) value |= uint32_t(p[k]) << 8 * k;
+            if (value != compared) std::memmove(dst.pixels + ty * dst.pitch + tx * n, p, n);
+        }
+}
 } // namespace
 
 TEST(ImageTest, FiguresArePixelExactAtEveryDepthAndMode) {
@@ -251,6 +275,39 @@ TEST(ImageTest, BlockCopiesClipAndKeyAtEveryDepth) {
         dst.TCopyImage(0, 0, k.first, &src, 0, 0, 2, 1);
         EXPECT_EQ(Art(dst), k.second) << std::hex << k.first;
     }
+}
+
+// Sprites of every width up to 40 (every vector tail) whose bytes take two values, so that keys
+// match often (at 24 bits also at the buffer's last pixel, whose missing next byte counts as
+// zero); copies unclipped, clipped on any side, and within one image onto the same rows.
+TEST(ImageTest, KeyedCopiesMatchThePerPixelRule) {
+    std::mt19937 rng(11);
+    auto pick = [&rng](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    auto fill = [&rng](QZMImage& img, const std::vector<uint8_t>& values) {
+        for (uint32_t i = 0; i < img.pitch * img.height; ++i)
+            img.pixels[i] = values[rng() % values.size()];
+    };
+    for (unsigned bpp : {8u, 15u, 16u, 24u, 32u})
+        for (int width = 1; width <= 40; ++width)
+            for (int trial = 0; trial < 6; ++trial) {
+                bool within = trial == 5; // a copy within dst, which then holds keyed pixels too
+                QZMImage src(width, pick(1, 4), bpp), dst(48, 7, bpp);
+                fill(src, {0x00, 0xA5});
+                fill(dst, within ? std::vector<uint8_t>{0x00, 0xA5} : std::vector<uint8_t>{0x11});
+                uint32_t key = 0;
+                for (int k = 0; k < 4; ++k) key = key << 8 | (pick(0, 1) ? 0xA5 : 0x00);
+                if (bpp == 24 && trial != 3) key >>= 8; // otherwise a top byte may rule out all
+                int x = pick(-width, 48), y = pick(-4, 7), sx = pick(-1, width), sy = pick(-1, 4);
+                int w = pick(0, width + 1), h = pick(0, 5);
+                if (trial == 0) x = pick(0, 48 - width), y = sx = sy = 0, w = width, h = 4;
+                if (trial >= 4) dst.SetClipping(pick(0, 47), pick(0, 6), pick(0, 47), pick(0, 6));
+                if (within) sx = pick(0, 8), x = sx + pick(-3, 3), y = sy = pick(0, 6), w = width;
+                QZMImage expected(&dst);
+                ReferenceTCopy(expected, x, y, key, within ? expected : src, sx, sy, w, h);
+                dst.TCopyImage(x, y, key, within ? &dst : &src, sx, sy, unsigned(w), unsigned(h));
+                ASSERT_EQ(0, std::memcmp(dst.pixels, expected.pixels, dst.pitch * dst.height))
+                    << bpp << " bpp, width " << width << ", trial " << trial;
+            }
 }
 
 TEST(ImageTest, MovesFlipsAndResizes) {
