@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "../support/Workload.h"
+#include "../support/SdlSurface.h"
 
 namespace {
 
@@ -71,28 +71,10 @@ void QzmBlits(benchmark::State& state, int bpp, bool keyed) {
         });
 }
 
-// 8 bpp with the 3-3-2 palette, 16 bpp RGB565, 24 and 32 bpp 0x00RRGGBB.
-SDL_Surface* SdlSurface(int w, int h, int bpp) {
-    Uint32 red = bpp == 16 ? 0xF800 : bpp >= 24 ? 0xFF0000 : 0;
-    Uint32 green = bpp == 16 ? 0x07E0 : bpp >= 24 ? 0x00FF00 : 0;
-    Uint32 blue = bpp == 16 ? 0x001F : bpp >= 24 ? 0x0000FF : 0;
-    SDL_Surface* s = SDL_CreateRGBSurface(SDL_SWSURFACE, w, h, bpp, red, green, blue, 0);
-    if (s && bpp == 8) {
-        SDL_Color colors[256];
-        for (int i = 0; i < 256; ++i) {
-            int r, g, b;
-            bench::Pal332(i, r, g, b);
-            colors[i] = SDL_Color{Uint8(r), Uint8(g), Uint8(b), 0};
-        }
-        SDL_SetColors(s, colors, 0, 256);
-    }
-    return s;
-}
-
 // keyFlags 0 is a plain blit. The first blit, untimed, encodes the runs of an RLE sprite.
 void SdlBlits(benchmark::State& state, int bpp, Uint32 keyFlags) {
-    SDL_Surface* dst = SdlSurface(kSurfaceW, kSurfaceH, bpp);
-    SDL_Surface* sprite = SdlSurface(kSprite, kSprite, bpp);
+    SDL_Surface* dst = bench::SdlSurface(kSurfaceW, kSurfaceH, bpp);
+    SDL_Surface* sprite = bench::SdlSurface(kSprite, kSprite, bpp);
     if (!dst || !sprite) return state.SkipWithError("SDL_CreateRGBSurface failed");
     PutSprite(static_cast<uint8_t*>(sprite->pixels), sprite->pitch, bpp);
     if (keyFlags) SDL_SetColorKey(sprite, keyFlags, bench::PixelOf(bpp, bench::kKeyIndex));

@@ -1,10 +1,10 @@
 // Fills and primitives on 640x480 images with the inputs of the measured workloads, each next
 // to SDL 1.2 + SDL_gfx on a software surface of the same format (and, for fills, to memset of
-// the same bytes); then block copies, gradients and text.
+// the same bytes); then gradients and text.
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
 
-#include "bench/support/Workload.h"
+#include "../support/SdlSurface.h"
 
 #include <SDL.h>
 #include <SDL_gfxPrimitives.h>
@@ -33,25 +33,6 @@ size_t ImageBytes(unsigned bpp) {
 
 enum Lib { kQzm, kSdlGfx, kMemset };
 
-// The workloads' formats: the 3-3-2 palette at 8 bits, RGB565 at 16, 0x00RRGGBB at 24 and 32.
-SDL_Surface* PeerSurface(int bpp) {
-    Uint32 red = 0, green = 0, blue = 0;
-    if (bpp == 16) red = 0xF800, green = 0x07E0, blue = 0x001F;
-    if (bpp >= 24) red = 0xFF0000, green = 0x00FF00, blue = 0x0000FF;
-    SDL_Surface* s =
-        SDL_CreateRGBSurface(SDL_SWSURFACE, int(kWidth), int(kHeight), bpp, red, green, blue, 0);
-    if (s && bpp == 8) {
-        SDL_Color colors[256];
-        for (int i = 0; i < 256; ++i) {
-            int r, g, b;
-            bench::Pal332(i, r, g, b);
-            colors[i] = SDL_Color{Uint8(r), Uint8(g), Uint8(b), 0};
-        }
-        SDL_SetColors(s, colors, 0, 256);
-    }
-    return s;
-}
-
 // SDL_gfx takes the palette colour as opaque RGBA: alpha 255 is a plain write.
 Uint32 GfxColor(int index) {
     int r, g, b;
@@ -63,7 +44,8 @@ void BM_Fill(benchmark::State& state, Lib lib) {
     int bpp = int(state.range(0));
     Uint32 pixel = bench::PixelOf(bpp, kFillIndex);
     QZMImage img(kWidth, kHeight, unsigned(bpp));
-    SDL_Surface* surface = lib == kSdlGfx ? PeerSurface(bpp) : nullptr;
+    SDL_Surface* surface =
+        lib == kSdlGfx ? bench::SdlSurface(int(kWidth), int(kHeight), bpp) : nullptr;
     if (lib == kSdlGfx && !surface) {
         state.SkipWithError("no SDL surface");
         return;
@@ -115,7 +97,8 @@ void DrawPrims(benchmark::State& state, bench::PrimKind kind, Lib lib) {
         colors.push_back(lib == kSdlGfx ? GfxColor(p.c) : bench::PixelOf(bpp, p.c));
     QZMImage img(kWidth, kHeight, unsigned(bpp));
     img.Rectangle(0, 0, kWidth, kHeight, bench::PixelOf(bpp, bench::kBackgroundIndex));
-    SDL_Surface* surface = lib == kSdlGfx ? PeerSurface(bpp) : nullptr;
+    SDL_Surface* surface =
+        lib == kSdlGfx ? bench::SdlSurface(int(kWidth), int(kHeight), bpp) : nullptr;
     if (lib == kSdlGfx && !surface) {
         state.SkipWithError("no SDL surface");
         return;
