@@ -14,7 +14,7 @@ using namespace qzmtest;
 namespace {
 
 std::string Record(const std::string& name, uint32_t start, uint32_t size) {
-    return Field(name, 56) + LE32(start) + LE32(size);
+    return Field(name, 56) + Le(start) + Le(size);
 }
 
 std::string Member(const QZMArchive& arch, const char* name) {

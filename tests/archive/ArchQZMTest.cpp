@@ -11,7 +11,7 @@ using namespace qzmtest;
 namespace {
 
 std::string Record(const std::string& name, uint32_t size, uint32_t start, uint32_t date = 1000000000) {
-    return Field(name, 32) + LE32(size) + LE32(start) + LE32(date);
+    return Field(name, 32) + Le(size) + Le(start) + Le(date);
 }
 
 class ArchQZMTest : public ArchiveOf<QZMArchQZM> {
@@ -66,7 +66,7 @@ TEST_F(ArchQZMTest, UpdateRenameAndRemoveShiftTheFollowingMembers) {
 TEST_F(ArchQZMTest, MalformedHeadersAndDirectories) {
     std::string body(20, 'x');
     EXPECT_TRUE(Opens(Header("QZMA", 0xFFFFFFF0, 0)));              // count 0: empty
-    EXPECT_FALSE(Opens("QZMA" + LE32(12)));                         // short header
+    EXPECT_FALSE(Opens("QZMA" + Le(12)));                         // short header
     EXPECT_FALSE(Opens(Header("QZMA", 8, 1) + Record("a", 1, 12))); // directory inside the header
     EXPECT_FALSE(Opens(Header("QZMA", 0xFFFFFFF0, 2) + body));      // offset + size wraps
     EXPECT_FALSE(Opens(Header("QZMA", 12, 0x0BA2E8BB) + Record("a", 1, 12))); // 44 x count wraps
@@ -75,7 +75,7 @@ TEST_F(ArchQZMTest, MalformedHeadersAndDirectories) {
     // A member reaching past the end opens cut at the end and cannot be extracted whole; an
     // unterminated name is cut.
     WriteFile(path, Header("QZMA", 32, 2) + body + Record("ok", 20, 12) +
-                        std::string(32, 'N') + LE32(200) + LE32(12) + LE32(0));
+                        std::string(32, 'N') + Le(200) + Le(12) + Le(0));
     ASSERT_TRUE(arch.Open(path.c_str()));
     EXPECT_EQ(arch.FileName(1), std::string(31, 'N'));
     std::unique_ptr<QZMResFile> cut(arch.OpenResFile(1));

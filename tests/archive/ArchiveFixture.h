@@ -18,15 +18,13 @@
 
 namespace qzmtest {
 
-inline std::string LE32(uint32_t v) { return {char(v), char(v >> 8), char(v >> 16), char(v >> 24)}; }
-
 /// name followed by zeros up to width bytes.
 inline std::string Field(const std::string& name, size_t width) {
     return name + std::string(width - name.size(), '\0');
 }
 
 inline std::string Header(const char* magic, uint32_t dirOffset, uint32_t third) {
-    return magic + LE32(dirOffset) + LE32(third);
+    return magic + Le(dirOffset) + Le(third);
 }
 
 using Names = std::vector<std::string>;
@@ -66,8 +64,7 @@ protected:
 
     /// Writes a file in the temporary directory with the given modification time; returns its path.
     std::string Make(const std::string& name, const std::string& bytes, time_t date = 1000000000) {
-        std::string path = dir.file(name);
-        WriteFile(path, bytes);
+        std::string path = dir.write(name, bytes);
         utimbuf times = {date, date};
         utime(path.c_str(), &times);
         return path;

@@ -39,10 +39,7 @@ protected:
         args.insert(args.begin(), "game");
         return cfg.ParseCL(static_cast<int>(args.size()), const_cast<char**>(args.data()));
     }
-    bool File(const std::string& body) {
-        qzmtest::WriteFile(dir.file("game.cfg"), body);
-        return cfg.ParseFile(dir.file("game.cfg").c_str());
-    }
+    bool File(const std::string& body) { return cfg.ParseFile(dir.write("game.cfg", body).c_str()); }
     int IntOf(const char* name) { return cfg.GetValue(name, 0).intValue; }
     std::string TitleOf() { return cfg.GetValue("TITLE", 0).stringValue; }
     bool FullscreenOf() { return cfg.GetValue("fullscreen", 0).boolValue; }

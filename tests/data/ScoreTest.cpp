@@ -9,9 +9,9 @@
 
 #include "tests/support/TestSupport.h"
 
-namespace {
+using qzmtest::Le;
 
-std::string Le32(uint32_t v) { return std::string(reinterpret_cast<const char*>(&v), 4); }
+namespace {
 
 const std::string HEADER("\x04\x03\x02\x01\x03", 5);
 
@@ -84,10 +84,10 @@ TEST_F(ScoreFileTest, DisguisedNamesRoundTrip) {
     ASSERT_TRUE(saved.Save(path.c_str(), true));
     std::string bytes = qzmtest::ReadFile(path);
     ASSERT_EQ(bytes.size(), 14u + 3 * 28);
-    EXPECT_EQ(bytes.substr(0, 14), HEADER + Le32(3) + Le32(1) + "\x01");
+    EXPECT_EQ(bytes.substr(0, 14), HEADER + Le(3) + Le(1) + "\x01");
     EXPECT_EQ(bytes.find("nineteen"), std::string::npos);
     EXPECT_EQ(bytes.substr(14, 4), std::string("\xA5\x90\x9A\0", 4)); // ~'Z', ~'o', ~'e'
-    EXPECT_EQ(bytes.substr(34, 8), Le32(10) + Le32(4));
+    EXPECT_EQ(bytes.substr(34, 8), Le(10) + Le(4));
 
     ASSERT_TRUE(table.Load(path.c_str()));
     EXPECT_EQ(table.order, QZMScore::SCORE_LOW_FIRST);
@@ -96,8 +96,8 @@ TEST_F(ScoreFileTest, DisguisedNamesRoundTrip) {
 }
 
 TEST_F(ScoreFileTest, OldVersionsHaveNoFlagByteAndKeepTheirNameBytes) {
-    std::string slot = std::string("Al\0", 3) + std::string(17, 'x') + Le32(5) + Le32(2);
-    qzmtest::WriteFile(path, std::string("\x04\x03\x02\x01\x02", 5) + Le32(1) + Le32(0) + slot);
+    std::string slot = std::string("Al\0", 3) + std::string(17, 'x') + Le(5) + Le(2);
+    qzmtest::WriteFile(path, std::string("\x04\x03\x02\x01\x02", 5) + Le(1) + Le(0) + slot);
     ASSERT_TRUE(table.Load(path.c_str()));
     EXPECT_EQ(Ranking(table), (Rows{"Al:5"}));
     ASSERT_TRUE(table.Save(path.c_str(), false));
@@ -105,10 +105,10 @@ TEST_F(ScoreFileTest, OldVersionsHaveNoFlagByteAndKeepTheirNameBytes) {
 }
 
 TEST_F(ScoreFileTest, FilesCutShortLoadWhatIsThereAndAbsurdCountsAreRefused) {
-    qzmtest::WriteFile(path, std::string("\x01\x02\x03\x04\x03", 5) + Le32(0) + Le32(0) + "\0");
+    qzmtest::WriteFile(path, std::string("\x01\x02\x03\x04\x03", 5) + Le(0) + Le(0) + "\0");
     EXPECT_FALSE(table.Load(path.c_str()));
     EXPECT_EQ(table.size, 3u);
-    const std::string slot = std::string("Ann\0", 4) + std::string(16, 'n') + Le32(7) + Le32(1);
+    const std::string slot = std::string("Ann\0", 4) + std::string(16, 'n') + Le(7) + Le(1);
     const struct {
         uint32_t slots;
         std::string body;
@@ -125,7 +125,7 @@ TEST_F(ScoreFileTest, FilesCutShortLoadWhatIsThereAndAbsurdCountsAreRefused) {
         {0x10000000, slot, false, 0, {}},
     };
     for (const auto& c : cases) {
-        qzmtest::WriteFile(path, HEADER + Le32(c.slots) + Le32(0) + '\0' + c.body);
+        qzmtest::WriteFile(path, HEADER + Le(c.slots) + Le(0) + '\0' + c.body);
         EXPECT_EQ(table.Load(path.c_str()), c.loads) << c.slots;
         EXPECT_EQ(table.size, c.size) << c.slots;
         Rows rows = Ranking(table);

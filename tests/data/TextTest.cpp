@@ -10,12 +10,12 @@
 
 #include "tests/support/TestSupport.h"
 
+using qzmtest::Le;
+
 namespace {
 
-std::string Le32(uint32_t v) { return std::string(reinterpret_cast<const char*>(&v), 4); }
-
 std::string Record(const char* text) {
-    return text ? Le32(static_cast<uint32_t>(strlen(text)) + 1) + text : Le32(0);
+    return text ? Le(static_cast<uint32_t>(strlen(text)) + 1) + text : Le(0);
 }
 
 using Slots_t = std::vector<std::string>;
@@ -39,9 +39,7 @@ protected:
     qzmtest::TempDir dir;
     int count = 0;
     std::string Write(const std::string& bytes) {
-        std::string path = dir.file("t" + std::to_string(count++));
-        qzmtest::WriteFile(path, bytes);
-        return path;
+        return dir.write("t" + std::to_string(count++), bytes);
     }
 };
 
@@ -61,7 +59,7 @@ TEST_F(TextFileTest, TextLinesLoadWithATrailingNullSlot) {
 TEST_F(TextFileTest, SavesBinaryWithoutTrailingNullsAndTextWithoutLastCharacters) {
     QZMText t(Write("a\n\nbc").c_str(), 0);
     std::string binary = SaveToString(t, 0);
-    EXPECT_EQ(binary, "QZMT" + Le32(3) + Record("a") + Record(nullptr) + Record("bc"));
+    EXPECT_EQ(binary, "QZMT" + Le(3) + Record("a") + Record(nullptr) + Record("bc"));
     EXPECT_EQ(SaveToString(t, 1), binary);
     EXPECT_EQ(SaveToString(t, 2), "\n\nb\n");
     bool ok = false;
@@ -73,7 +71,7 @@ TEST_F(TextFileTest, SavesBinaryWithoutTrailingNullsAndTextWithoutLastCharacters
 }
 
 TEST_F(TextFileTest, BinaryFilesBuiltByHandLoadByDetectionAndByCode) {
-    std::string path = Write("QZMT" + Le32(4) + Record("first") + Record(nullptr) + Record("") +
+    std::string path = Write("QZMT" + Le(4) + Record("first") + Record(nullptr) + Record("") +
                              Record("last one"));
     for (int format : {0, 2, 3}) {
         QZMText t(path.c_str(), format);
@@ -85,7 +83,7 @@ TEST_F(TextFileTest, BinaryFilesBuiltByHandLoadByDetectionAndByCode) {
     QZMText t(3);
     t.SetString(0, "keep");
     t.SetString(2, "dropped");
-    QZMFile file(Write("QZMT" + Le32(0)).c_str(), QZMResFile::READ);
+    QZMFile file(Write("QZMT" + Le(0)).c_str(), QZMResFile::READ);
     EXPECT_TRUE(t.Load(file, 0));
     EXPECT_EQ(Slots(t), (Slots_t{"keep"}));
 }
@@ -98,17 +96,17 @@ TEST_F(TextFileTest, BinaryCutShortLoadsWhatIsThereAndAbsurdSizesAreRefused) {
         uint32_t size; // slots after Load, on an array of 3 before it
         Slots_t head;  // the first slots
     } cases[] = {
-        {"QZMT" + Le32(1000) + Record("x"), true, 1000, {"x", "<null>"}},
-        {"QZMT" + Le32(3) + Le32(10) + "abc", true, 3, {"abc", "<null>", "<null>"}},
-        {"QZMT" + Le32(2) + Record("ok") + Le32(100), true, 2, {"ok", ""}},
-        {"QZMT" + Le32(1) + Le32(60u << 20) + big, true, 1, {big}},
+        {"QZMT" + Le(1000) + Record("x"), true, 1000, {"x", "<null>"}},
+        {"QZMT" + Le(3) + Le(10) + "abc", true, 3, {"abc", "<null>", "<null>"}},
+        {"QZMT" + Le(2) + Record("ok") + Le(100), true, 2, {"ok", ""}},
+        {"QZMT" + Le(1) + Le(60u << 20) + big, true, 1, {big}},
         // Over 64 MiB that the file cannot hold is refused; the slot count before the array
         // changes.
-        {"QZMT" + Le32(1) + Le32(70u << 20) + big, false, 1, {"<null>"}},
-        {"QZMT" + Le32(0xFFFFFFFF), false, 3, {"keep"}},
-        {"QZMT" + Le32(0x40000000) + Record("x"), false, 3, {"keep"}},
-        {"QZMT" + Le32(2) + Record("ok") + Le32(0xFFFFFFFF) + "abc", false, 2, {"ok", "<null>"}},
-        {"QZMX" + Le32(1) + Record("a"), false, 3, {"keep"}},
+        {"QZMT" + Le(1) + Le(70u << 20) + big, false, 1, {"<null>"}},
+        {"QZMT" + Le(0xFFFFFFFF), false, 3, {"keep"}},
+        {"QZMT" + Le(0x40000000) + Record("x"), false, 3, {"keep"}},
+        {"QZMT" + Le(2) + Record("ok") + Le(0xFFFFFFFF) + "abc", false, 2, {"ok", "<null>"}},
+        {"QZMX" + Le(1) + Record("a"), false, 3, {"keep"}},
     };
     for (const auto& c : cases) {
         QZMText t(3);

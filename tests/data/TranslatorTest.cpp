@@ -13,9 +13,9 @@
 
 #include "tests/support/TestSupport.h"
 
-namespace {
+using qzmtest::Le;
 
-std::string Le(uint32_t v, int bytes) { return std::string(reinterpret_cast<char*>(&v), bytes); }
+namespace {
 
 // Laid out by hand: header, length table, string block; a null text is an absent string.
 std::string LangFile(const std::string& nameField, const std::vector<const char*>& texts) {
@@ -43,11 +43,7 @@ protected:
     QZMTranslator* t = QZMTranslator::Singleton();
 
     ~TranslatorTest() override { delete t; }
-    std::string Write(const std::string& name, const std::string& bytes) {
-        qzmtest::WriteFile(dir.file(name), bytes);
-        return dir.file(name);
-    }
-    bool LoadBytes(const std::string& bytes) { return t->Load(Write("f.lng", bytes).c_str(), 0); }
+    bool LoadBytes(const std::string& bytes) { return t->Load(dir.write("f.lng", bytes).c_str(), 0); }
     std::string Text(unsigned n) {
         const char* s = t->GetString(n);
         return s ? s : "<null>";
@@ -77,10 +73,10 @@ TEST_F(TranslatorTest, TableAndBlockMayLieAnywhere) {
 
 TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     std::string french = LangFile(FRENCH_NAME + '\0', {"Bonjour"});
-    for (const char* name : {"fr.lng", ".hidden.lng", "notes.txt"}) Write(name, french);
-    Write("empty.lng", LangFile("", {"x"}));
-    Write("junk.lng", "LanX");
-    Write("cut.lng", std::string("LanG\0", 5));
+    for (const char* name : {"fr.lng", ".hidden.lng", "notes.txt"}) dir.write(name, french);
+    dir.write("empty.lng", LangFile("", {"x"}));
+    dir.write("junk.lng", "LanX");
+    dir.write("cut.lng", std::string("LanG\0", 5));
     mkdir(dir.file("sub.lng").c_str(), 0700);
 
     ASSERT_EQ(t->Init(dir.path().c_str(), ".lng"), 1u);
@@ -95,7 +91,7 @@ TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     EXPECT_EQ(t->GetCurName(), FRENCH_NAME);
     EXPECT_EQ(t->Init(dir.path().c_str(), nullptr), 2u);
     // A name field cut short gives what the file holds.
-    const char* cut = t->CheckLang(Write("short", std::string("LanG\0\x09short", 11)).c_str());
+    const char* cut = t->CheckLang(dir.write("short", std::string("LanG\0\x09short", 11)).c_str());
     EXPECT_STREQ(cut, "short");
     delete[] cut;
     EXPECT_EQ(t->stringCount, 0u);

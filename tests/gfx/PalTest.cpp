@@ -72,8 +72,7 @@ TEST(PalTest, DetectsFormats) {
     const std::pair<std::string, int> cases[] = {{"QZMP", 1}, {"GIMP Palette\n", 2},
         {"JASC-PAL\n", 3}, {std::string(768, 'x'), 4}, {std::string(769, 'x'), 0}, {"", 0}};
     for (const auto& c : cases) {
-        qzmtest::WriteFile(dir.file("p"), c.first);
-        QZMFile f(dir.file("p").c_str(), QZMResFile::READ);
+        QZMFile f(dir.write("p", c.first).c_str(), QZMResFile::READ);
         EXPECT_EQ(QZMPal::FindFormat(f), c.second) << c.first.substr(0, 12);
         EXPECT_EQ(f.GetPos(), 0);
     }
@@ -85,19 +84,16 @@ TEST(PalTest, LoadsTextAndRawFiles) {
     qzmtest::TempDir dir;
     std::string gimp = "GIMP Palette\n#a\n#b\n1 2 3\nName: x\n";
     for (int i = 0; i < 300; ++i) gimp += "9 9 9\n";
-    qzmtest::WriteFile(dir.file("g"), gimp);
-    QZMPal pal(dir.file("g").c_str(), 0);
+    QZMPal pal(dir.write("g", gimp).c_str(), 0);
     ASSERT_EQ(pal.size, 256u);
     EXPECT_EQ(pal.entries[1].r, 1); // the unparsed name line repeats the previous colour
     EXPECT_EQ(pal.entries[2].r, 9);
 
-    qzmtest::WriteFile(dir.file("j"), "JASC-PAL\n0100\n4\n300 2 3\n");
-    ASSERT_TRUE(pal.LoadName(dir.file("j").c_str(), 0));
+    ASSERT_TRUE(pal.LoadName(dir.write("j", "JASC-PAL\n0100\n4\n300 2 3\n").c_str(), 0));
     EXPECT_EQ(pal.size, 4u);
     EXPECT_EQ(pal.entries[0].r, 300 & 0xFF);
 
-    qzmtest::WriteFile(dir.file("r"), std::string(30, '\x11'));
-    ASSERT_TRUE(pal.LoadName(dir.file("r").c_str(), 5));
+    ASSERT_TRUE(pal.LoadName(dir.write("r", std::string(30, '\x11')).c_str(), 5));
     EXPECT_EQ(pal.size, 10u);
 }
 
@@ -121,9 +117,8 @@ TEST(PalTest, MalformedFilesFailCleanly) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.bytes.substr(0, 12));
-        qzmtest::WriteFile(dir.file("m"), c.bytes);
         QZMPal pal(0u);
-        EXPECT_EQ(pal.LoadName(dir.file("m").c_str(), c.format), c.result);
+        EXPECT_EQ(pal.LoadName(dir.write("m", c.bytes).c_str(), c.format), c.result);
         EXPECT_EQ(log.text(), c.message);
         EXPECT_LE(pal.size, 4096u);
     }
@@ -144,9 +139,8 @@ TEST(PalTest, ShortNativeBodiesKeepTheResizedPalette) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.size);
-        qzmtest::WriteFile(dir.file("m"), c.bytes);
         QZMPal pal(7u);
-        EXPECT_FALSE(pal.LoadName(dir.file("m").c_str(), 1));
+        EXPECT_FALSE(pal.LoadName(dir.write("m", c.bytes).c_str(), 1));
         EXPECT_EQ(log.text(), c.message);
         ASSERT_EQ(pal.size, c.size);
         EXPECT_EQ(pal.entries[0].r, 1);

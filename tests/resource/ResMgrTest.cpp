@@ -57,9 +57,6 @@ protected:
         mgr = std::make_unique<QZMResMgr>(finder);
         blob = mgr->RegisterLoader(LoadBlob<false>);
     }
-    void Put(const std::string& name, const std::string& bytes) {
-        qzmtest::WriteFile(dir.file(name), bytes);
-    }
     Blob* Load(const char* name, bool share = true, int format = 0) {
         return static_cast<Blob*>(mgr->Load(blob, name, format, share));
     }
@@ -68,7 +65,7 @@ protected:
 } // namespace
 
 TEST_F(ResMgrTest, TableDoublesWhenFullAndStaysInByteOrder) {
-    for (const char* name : {"b", "a", "Bz", "A", "c"}) Put(name, name), Load(name);
+    for (const char* name : {"b", "a", "Bz", "A", "c"}) dir.write(name, name), Load(name);
     EXPECT_EQ(mgr->entries[5].name, nullptr);
     qzmtest::LogCapture log;
     mgr->PrintContent();
@@ -82,7 +79,7 @@ TEST_F(ResMgrTest, TableDoublesWhenFullAndStaysInByteOrder) {
 }
 
 TEST_F(ResMgrTest, ReferencesAreCountedPerNameAndTyped) {
-    Put("x", "data");
+    dir.write("x", "data");
     Blob* first = Load("x");
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(Load("x", false), first); // unshared still gets the shared one
@@ -111,7 +108,7 @@ TEST_F(ResMgrTest, ReferencesAreCountedPerNameAndTyped) {
 }
 
 TEST_F(ResMgrTest, LoadersAreRegisteredAndChanged) {
-    Put("x", "data");
+    dir.write("x", "data");
     EXPECT_EQ(blob, 7u);
     EXPECT_EQ(mgr->RegisterLoader(nullptr), 0xFFFFFFFFu);
     EXPECT_EQ(mgr->Load(8, "x", 0, true), nullptr);
@@ -123,18 +120,18 @@ TEST_F(ResMgrTest, LoadersAreRegisteredAndChanged) {
     EXPECT_FALSE(mgr->ChangeLoader(9, LoadBlob<false>));
     EXPECT_FALSE(mgr->ChangeLoader(0, nullptr));
     ASSERT_TRUE(mgr->ChangeLoader(QZMResMgr::TYPE_IMAGE, LoadBlob<false>));
-    Put("y", "data");
+    dir.write("y", "data");
     auto* image = static_cast<Blob*>(mgr->Load(QZMResMgr::TYPE_IMAGE, "y", 5, true));
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(image->lastFormat, 5);
 }
 
 TEST_F(ResMgrTest, ReloadKeepsTheObjectsAndReportsTheLastOne) {
-    Put("a", "old");
-    Put("b", "2");
+    dir.write("a", "old");
+    dir.write("b", "2");
     Blob* a = Load("a", true, 9);
     ASSERT_NE(Load("b"), nullptr);
-    Put("a", "new");
+    dir.write("a", "new");
     EXPECT_TRUE(mgr->Reload("a"));
     EXPECT_EQ(a->bytes, "new");
     EXPECT_EQ(a->lastFormat, 0);
@@ -145,8 +142,8 @@ TEST_F(ResMgrTest, ReloadKeepsTheObjectsAndReportsTheLastOne) {
     std::remove(dir.file("a").c_str());
     EXPECT_FALSE(mgr->Reload("a"));
     EXPECT_TRUE(mgr->ReloadType(blob)); // a's file is gone, but b comes last
-    Put("a", "1");
-    Put("b", "!");
+    dir.write("a", "1");
+    dir.write("b", "!");
     EXPECT_FALSE(mgr->ReloadType(blob));
     EXPECT_EQ(mgr->entries[0].refCount, 1u);
 }
@@ -157,8 +154,8 @@ TEST_F(ResMgrTest, BuiltInSlotsMakeTheirClassesOrFailLikeLoaders) {
     sheet.Rectangle(0, 0, 8, 8, 1);
     ASSERT_TRUE(picture.SaveName(dir.file("picture.bmp").c_str(), 1));
     ASSERT_TRUE(QZMFont("tiny", 'A', 'A', &sheet, 1).SaveName(dir.file("tiny.fnt").c_str(), 0));
-    Put("grey.pal", "JASC-PAL\n0100\n1\n9 9 9\n");
-    Put("strings.txt", "one\ntwo\n");
+    dir.write("grey.pal", "JASC-PAL\n0100\n1\n9 9 9\n");
+    dir.write("strings.txt", "one\ntwo\n");
     const std::pair<const char*, const std::type_info*> slots[] = {
         {"picture.bmp", &typeid(QZMImage)}, {"grey.pal", &typeid(QZMPal)},
         {"tiny.fnt", &typeid(QZMFont)}, {"strings.txt", &typeid(QZMText)}};
@@ -169,7 +166,7 @@ TEST_F(ResMgrTest, BuiltInSlotsMakeTheirClassesOrFailLikeLoaders) {
     }
 
     // Unreadable data, and the slots whose classes the library lacks, fail every time.
-    Put("any", "data");
+    dir.write("any", "data");
     qzmtest::LogCapture log;
     for (unsigned type : {2u, 4u, 5u, 6u, 6u}) {
         EXPECT_EQ(mgr->Load(type, "any", 0, true), nullptr);

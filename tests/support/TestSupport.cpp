@@ -24,6 +24,17 @@ TempDir::~TempDir() {
 
 std::string TempDir::file(const std::string& name) const { return dir + "/" + name; }
 
+std::string TempDir::write(const std::string& name, const std::string& bytes) const {
+    WriteFile(file(name), bytes);
+    return file(name);
+}
+
+std::string Le(uint32_t v, int bytes) {
+    std::string out;
+    for (int i = 0; i < bytes; i++) out += char(v >> 8 * i);
+    return out;
+}
+
 void WriteFile(const std::string& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

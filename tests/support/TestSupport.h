@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <string>
 
 namespace qzmtest {
@@ -14,11 +15,15 @@ public:
     const std::string& path() const { return dir; }
     /// path()/name
     std::string file(const std::string& name) const;
+    /// Writes bytes to file(name), replacing it; returns that path.
+    std::string write(const std::string& name, const std::string& bytes) const;
 
 private:
     std::string dir;
 };
 
+/// The low bytes of v, least significant first.
+std::string Le(uint32_t v, int bytes = 4);
 /// Writes bytes to a file, replacing it.
 void WriteFile(const std::string& path, const std::string& bytes);
 /// The whole file, or "" when it cannot be read.

@@ -26,6 +26,12 @@ inline uint32_t Fnv1a(const uint8_t* p, size_t n, uint32_t h = 0x811C9DC5u) {
     return h;
 }
 
+/// A read-only stream over the bytes, which must outlive it.
+inline QZMMemFile Reader(const std::string& bytes) {
+    return QZMMemFile(unsigned(bytes.size()), QZMResFile::READ,
+                      reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())));
+}
+
 /// The outputs of one loader call, freed with the object.
 struct Loaded {
     unsigned char* pixels = nullptr;
@@ -37,8 +43,7 @@ struct Loaded {
     Loaded() = default;
     Loaded(Loader load, QZMResFile& f) { ok = load(f, &pixels, width, height, &palette, bpp); }
     Loaded(Loader load, const std::string& bytes) {
-        QZMMemFile f(unsigned(bytes.size()), QZMResFile::READ,
-                     reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.data())));
+        QZMMemFile f = Reader(bytes);
         ok = load(f, &pixels, width, height, &palette, bpp);
     }
     ~Loaded() {
@@ -55,6 +60,39 @@ struct Loaded {
         return h;
     }
 };
+
+/// The pixels the loader gives for bytes it must accept.
+inline std::string PixelsOf(Loader load, const std::string& bytes) {
+    Loaded img(load, bytes);
+    EXPECT_TRUE(img.ok);
+    return img.Pixels();
+}
+
+/// A file the loader must refuse, and all it logs on the way.
+struct Refusal {
+    std::string bytes;
+    const char* log;
+};
+
+template <size_t N> void ExpectRefusals(Loader load, const Refusal (&cases)[N]) {
+    LogCapture log;
+    for (const Refusal& c : cases) {
+        EXPECT_FALSE(Loaded(load, c.bytes).ok) << c.log;
+        EXPECT_EQ(c.log, log.text());
+    }
+}
+
+/// Headers promising absurd sizes: refused before any pixels are allocated, logging message.
+template <size_t N>
+void ExpectAbsurdRefused(Loader load, const std::string (&files)[N], const char* message) {
+    LogCapture log;
+    for (const std::string& bytes : files) {
+        Loaded img(load, bytes);
+        EXPECT_FALSE(img.ok);
+        EXPECT_EQ(nullptr, img.pixels);
+        EXPECT_EQ(message, log.text());
+    }
+}
 
 /// Little-endian byte builder for hand-made files.
 struct Bytes {
