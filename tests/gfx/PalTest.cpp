@@ -105,7 +105,6 @@ TEST(PalTest, MalformedFilesFailCleanly) {
         {std::string("QZMP\x88\x13\0\0", 8) + std::string(40, 'a'), 0, false,
          "Note: palette size must be < 4096 !\n"},
         {"QZMP\xFF\xFF\xFF\xFF", 1, false, "Note: palette size must be < 4096 !\n"},
-        {std::string("QZMP\2\0\0\0\1\2\3", 11), 1, false, ""},
         {std::string("QZMP\0\0\0\0", 8), 1, true, ""},
         {"QZMX", 1, false, ""},
         {"GIMP Palett\n", 2, false, "Not a Gimp palette\n"},
