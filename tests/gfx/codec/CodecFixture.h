@@ -86,8 +86,9 @@ template <size_t N> void ExpectRefusals(Loader load, const Refusal (&cases)[N]) 
 template <size_t N>
 void ExpectAbsurdRefused(Loader load, const std::string (&files)[N], const char* message) {
     LogCapture log;
-    for (const std::string& bytes : files) {
-        Loaded img(load, bytes);
+    for (size_t i = 0; i < N; i++) {
+        SCOPED_TRACE("absurd file " + std::to_string(i));
+        Loaded img(load, files[i]);
         EXPECT_FALSE(img.ok);
         EXPECT_EQ(nullptr, img.pixels);
         EXPECT_EQ(message, log.text());
