@@ -16,8 +16,10 @@ uint32_t RemainingBytes(QZMResFile& file) {
 bool PlausibleAllocation(QZMResFile& file, uint64_t bytes, uint64_t bytesPerStreamByte) {
     if (bytes <= kPlausibleBytes) return true;
     if (bytesPerStreamByte == 0) return false;
-    // Divide rather than multiply: the product could wrap for a huge expansion factor.
-    uint64_t streamBytesNeeded = (bytes + bytesPerStreamByte - 1) / bytesPerStreamByte;
+    // Divide rather than multiply: the product could wrap for a huge expansion factor. The
+    // rounding up is added after the division, since bytes may be a saturated UINT64_MAX.
+    uint64_t streamBytesNeeded =
+        bytes / bytesPerStreamByte + (bytes % bytesPerStreamByte != 0 ? 1 : 0);
     return streamBytesNeeded <= RemainingBytes(file);
 }
 
