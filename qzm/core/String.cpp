@@ -249,7 +249,10 @@ QZMString& QZMString::Format(const char* fmt, ...) {
     // A negative result once meant "too small"; today it is an encoding error that no
     // amount of room cures, so the doubling stops at a sane size.
     while (r < 0 && capacity < (1u << 20)) {
+        // Storage that cannot grow (out of memory, or none at all) would retry forever.
+        const uint32_t before = capacity;
         Allocate(capacity * 2, false);
+        if (capacity == before) break;
         va_copy(again, args);
         r = vsnprintf(data, capacity, fmt, again);
         va_end(again);
