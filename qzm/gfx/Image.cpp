@@ -18,10 +18,6 @@
 #include <qzm/gfx/internal/ByteOrder.h>
 #include <qzm/gfx/internal/GlyphSheet.h>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 namespace {
 
 using QZM::internal::StoreLE16;
