@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <qzm/core/String.h>
 
-// Every stream owns its FILE* alone, so stdio's per-call locking buys nothing: glibc's
-// unlocked variants give the same results without it.
+// The disk file stream owns its FILE* alone (member streams read theirs with pread), so stdio's
+// per-call locking buys nothing: glibc's unlocked variants give the same results without it.
 namespace QZM::internal {
 
 inline int GetByte(FILE* f) { return getc_unlocked(f); }
