@@ -267,7 +267,9 @@ bool QZMTranslator::ReadStrings(QZMResFile& file, char* filePath, char* langName
     uint64_t offset = 0;
     for (uint32_t i = 0; i < count; i++) {
         uint16_t length = file.Read16();
-        if (file.state != QZMResFile::ST_OK || length == 0) continue;
+        // A failed read fails the load: the rest of the table need not be walked.
+        if (file.state != QZMResFile::ST_OK) break;
+        if (length == 0) continue;
         if (offset < blockSize) table[i] = block.get() + offset;
         offset += length;
     }

@@ -390,7 +390,8 @@ void DrawSteps(uint8_t* pixels, const LineAxis& major, const LineAxis& minor, ui
     const bool everyStep = m == M;
     const size_t straight = everyStep ? diagonal : major.Step();
     const uint32_t increment = everyStep ? 0 : uint32_t(((m << 32) + M - 1) / M);
-    // The box is at most 2^15 pixels across, so the product cannot overflow.
+    // The visible steps fit in the box, at most 2^15 pixels across, and M <= 2^32: the product
+    // cannot overflow.
     const uint64_t count = last - first + 1;
     const uint64_t run = everyStep || count * M <= one ? count : one / M;
     for (uint64_t step = first; step <= last; step += run) {
