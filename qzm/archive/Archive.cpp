@@ -355,6 +355,8 @@ QZMResFile* QZMArchive::PrivateOpenMember(unsigned i) const {
     if (end > UINT32_MAX) return nullptr;
     std::unique_ptr<QZMPackFile> member(new (std::nothrow) QZMPackFile());
     if (!member) return nullptr;
+    // Members read what the path names now: another program may have replaced or rewritten it.
+    if (memberFile && !memberFile->StillAt(name)) PrivateReleaseMemberFile();
     if (!memberFile) memberFile = SharedFile::Open(name, "r");
     // Without the shared file the stream opens the file itself, and fails as it would.
     const bool opened =
@@ -528,7 +530,7 @@ void QZMArchive::PrivateInvalidateIndex() {
     nameIndex.clear();
 }
 
-void QZMArchive::PrivateReleaseMemberFile() {
+void QZMArchive::PrivateReleaseMemberFile() const {
     if (memberFile) memberFile->Release();
     memberFile = nullptr;
 }

@@ -26,8 +26,8 @@ struct ArchiveEntry : QZMSortableItem {
 
 /// Base of the archive formats: member table, lookup, member streams, editing and detection.
 /// Editing operations reopen the archive file by its path. Member streams read through one
-/// descriptor, opened by the first OpenResFile and let go whenever this object changes the file
-/// (the streams keep it as long as they need it).
+/// descriptor, opened by the first OpenResFile and let go whenever this object changes the file or
+/// the path no longer names it unchanged (the streams keep it as long as they need it).
 class QZMArchive : public QZMFileProvider {
 public:
     /// Codes of FindArchiveFormat.
@@ -153,7 +153,7 @@ private:
     void PrivateShiftStarts(unsigned from, uint32_t delta);
     void PrivateInvalidateIndex();
     /// Lets go of the file that member streams read; the next OpenResFile opens it afresh.
-    void PrivateReleaseMemberFile();
+    void PrivateReleaseMemberFile() const;
 
     // Name -> lowest index, built on the first lookup after a change.
     mutable std::unordered_map<std::string_view, uint32_t> nameIndex;

@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <memory>
 
 using namespace qzmtest;
@@ -84,6 +85,22 @@ TEST_F(ArchiveTest, MemberStreamsKeepTheirOwnPositionsAndTheFileTheyOpened) {
     EXPECT_STREQ(bytes, "CCC");
     EXPECT_EQ(c->Read8(), 'c');
     EXPECT_EQ(c->state, QZMResFile::ST_OK);
+}
+
+TEST_F(ArchiveTest, MembersReadWhatThePathNamesNow) {
+    std::unique_ptr<QZMResFile> before(arch.OpenFile("c"));
+    ASSERT_TRUE(before);
+    // Another program puts a new file in the archive's place: same layout, other bytes.
+    std::string bytes = ReadFile(path);
+    bytes.replace(bytes.find("Acc") + 1, 2, "CC");
+    WriteFile(dir.file("copy"), bytes);
+    ASSERT_EQ(rename(dir.file("copy").c_str(), path.c_str()), 0);
+    std::unique_ptr<QZMResFile> after(arch.OpenFile("c"));
+    char got[3] = {};
+    ASSERT_TRUE(after);
+    EXPECT_EQ(after->Read(got, 2), 2u);
+    EXPECT_STREQ(got, "CC");
+    EXPECT_EQ(before->Read8(), 'c');
 }
 
 TEST_F(ArchiveTest, ExtractAllAndCopyFile) {

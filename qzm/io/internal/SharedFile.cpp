@@ -10,13 +10,27 @@ namespace QZM::internal {
 
 namespace {
 
+FileIdentity IdentityOf(const struct stat& st) {
+    FileIdentity id;
+    if (!S_ISREG(st.st_mode)) return id;
+    id.device = uint64_t(st.st_dev);
+    id.inode = uint64_t(st.st_ino);
+    id.size = uint64_t(st.st_size);
+    id.seconds = int64_t(st.st_mtim.tv_sec);
+    id.nanoseconds = int64_t(st.st_mtim.tv_nsec);
+    return id;
+}
+
+FileIdentity IdentityOf(FILE* file) {
+    struct stat st;
+    return fstat(fileno(file), &st) == 0 ? IdentityOf(st) : FileIdentity();
+}
+
 // Where a seek to the end lands; a regular file's status tells without a seek. A file that
 // cannot be measured gives no range to open, as one that measures 0.
-uint64_t SizeOf(FILE* file) {
-    const int fd = fileno(file);
-    struct stat st;
-    if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) return uint64_t(st.st_size);
-    const off_t end = lseek(fd, 0, SEEK_END);
+uint64_t SizeOf(FILE* file, const FileIdentity& id) {
+    if (id.IsRegular()) return id.size;
+    const off_t end = lseek(fileno(file), 0, SEEK_END);
     return end > 0 ? uint64_t(end) : 0;
 }
 
@@ -28,7 +42,8 @@ SharedFile* SharedFile::Open(const char* path, const char* how) {
     snprintf(closeOnExec, sizeof closeOnExec, "%se", how);
     FILE* file = fopen(path, closeOnExec);
     if (!file) return nullptr;
-    SharedFile* shared = new (std::nothrow) SharedFile(file, SizeOf(file));
+    const FileIdentity id = IdentityOf(file);
+    SharedFile* shared = new (std::nothrow) SharedFile(file, SizeOf(file, id), id);
     if (!shared) {
         fclose(file);
         errno = ENOMEM;
@@ -37,6 +52,11 @@ SharedFile* SharedFile::Open(const char* path, const char* how) {
 }
 
 SharedFile::~SharedFile() { fclose(file); }
+
+bool SharedFile::StillAt(const char* path) const {
+    struct stat st;
+    return identity.IsRegular() && stat(path, &st) == 0 && IdentityOf(st) == identity;
+}
 
 void SharedFile::Release() {
     if (refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;

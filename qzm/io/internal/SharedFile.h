@@ -6,6 +6,18 @@
 
 namespace QZM::internal {
 
+/// What tells one version of a regular file from another: all zero for any other file, which
+/// therefore never matches.
+struct FileIdentity {
+    uint64_t device = 0, inode = 0, size = 0;
+    int64_t seconds = 0, nanoseconds = 0;
+    bool IsRegular() const { return inode != 0; }
+    bool operator==(const FileIdentity& o) const {
+        return device == o.device && inode == o.inode && size == o.size && seconds == o.seconds &&
+               nanoseconds == o.nanoseconds;
+    }
+};
+
 /// A file opened once and read by several streams, each at its own offset: transfers go through
 /// the descriptor with pread and pwrite, so no stream moves another's position and stdio's buffer
 /// is never filled. The last holder to release it closes it. The count is atomic because a music
@@ -22,6 +34,9 @@ public:
     FILE* Handle() const { return file; }
     /// The file's size when it was opened.
     uint64_t Size() const { return size; }
+    /// True while path still names this very file, unchanged in size and modification time: a
+    /// holder that reopens by path when this is false reads what the path names now.
+    bool StillAt(const char* path) const;
 
     /// Bytes read at offset: fewer at the end of the file, which sets ended, or on an error.
     size_t ReadAt(void* buf, size_t n, uint64_t offset, bool& ended) const;
@@ -32,11 +47,13 @@ public:
     SharedFile& operator=(const SharedFile&) = delete;
 
 private:
-    SharedFile(FILE* file, uint64_t size) : file(file), size(size), refs(1) {}
+    SharedFile(FILE* file, uint64_t size, const FileIdentity& identity)
+        : file(file), size(size), identity(identity), refs(1) {}
     ~SharedFile();
 
     FILE* file;
     uint64_t size;
+    FileIdentity identity;
     std::atomic<uint32_t> refs;
 };
 
