@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <new>
-#include <qzm/gfx/Font.h>
 #include <qzm/gfx/internal/PackedPixels.h>
 #include <qzm/io/ResFile.h>
 
@@ -76,15 +75,6 @@ bool WriteSheet(QZMResFile& f, const uint8_t* src, uint32_t width, uint32_t heig
     }
     delete[] packed;
     return ok;
-}
-
-const uint8_t* GlyphRow(const QZMFont& font, uint64_t x, uint64_t y, uint64_t& n) {
-    if (!font.pixels || x >= font.width || y >= font.height) {
-        n = 0;
-        return nullptr;
-    }
-    if (n > font.width - x) n = font.width - x;
-    return font.pixels + y * (uint64_t((font.bpp + 7) >> 3) * font.width) + x;
 }
 
 } // namespace QZM::internal

@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
+#include <qzm/gfx/Font.h>
 
-class QZMFont;
 class QZMResFile;
 
 // The image block of the "QZMF" font file: rows of 1-bit (most significant bit first), 2-bit
@@ -32,6 +32,14 @@ bool WriteSheet(QZMResFile& f, const uint8_t* src, uint32_t width, uint32_t heig
 /// reads: rows of ((bpp + 7) >> 3) x width bytes, one byte per pixel. Glyph records come from
 /// files and may reach past the sheet: n becomes the count of those pixels that lie inside it
 /// (0 when none does), and the result points at the first of them.
-const uint8_t* GlyphRow(const QZMFont& font, uint64_t x, uint64_t y, uint64_t& n);
+/// Inline: text drawing asks once per row of every glyph.
+inline const uint8_t* GlyphRow(const QZMFont& font, uint64_t x, uint64_t y, uint64_t& n) {
+    if (!font.pixels || x >= font.width || y >= font.height) {
+        n = 0;
+        return nullptr;
+    }
+    if (n > font.width - x) n = font.width - x;
+    return font.pixels + y * (uint64_t((font.bpp + 7) >> 3) * font.width) + x;
+}
 
 } // namespace QZM::internal
