@@ -36,5 +36,9 @@
 #include <qzm/gfx/Point.h>
 #include <qzm/gfx/RGBA.h>
 #include <qzm/gfx/Rect.h>
+#include <qzm/gfx/SDLMgr.h>
 #include <qzm/gfx/Vec3.h>
 #include <qzm/gfx/codec/Codecs.h>
+
+#include <qzm/audio/Mixer.h>
+#include <qzm/audio/Sound.h>
