@@ -5,11 +5,12 @@ BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 30
+SDL12_COMPAT = $(abspath $(BUILD))/sdl12-compat
 PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sanitize bench fuzz install clean
+.PHONY: all deps build demo test test-sdl12-compat test-sanitize bench fuzz install clean
 
 all: build
 
@@ -25,6 +26,13 @@ demo: build
 
 test: build
 	cd $(BUILD) && $(CTEST)
+
+# The SDL tests again on sdl12-compat (SDL 1.2 over SDL2), unpacked into the build tree;
+# ldd shows that its libSDL is the one loaded.
+test-sdl12-compat: build
+	sh scripts/sdl12-compat.sh $(SDL12_COMPAT)
+	LD_LIBRARY_PATH=$(SDL12_COMPAT)/lib ldd $(BUILD)/libqzm.so | grep -F '$(SDL12_COMPAT)/lib/libSDL-1.2.so.0'
+	cd $(BUILD) && LD_LIBRARY_PATH=$(SDL12_COMPAT)/lib $(CTEST) -L sdl
 
 test-sanitize: deps
 	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DQZM_SANITIZE=ON -DQZM_BUILD_EXAMPLES=OFF
