@@ -1,0 +1,288 @@
+#include "tests/audio/MixerReference.h"
+#include "tests/support/TestSupport.h"
+
+#include <qzm/audio/Mixer.h>
+#include <qzm/audio/internal/MixKernels.h>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+namespace {
+
+// Makes the device offer another format than the one asked for, or refuse a second open.
+int g_offeredFormat;
+bool g_refuseReopen;
+int g_opens;
+
+using qzmtest::MixModel;
+using qzmtest::RandomSound;
+
+class MixerTest : public ::testing::Test {
+protected:
+    QZMMixer* mixer = QZMMixer::Singleton();
+    std::mt19937 rng{12345};
+
+    void TearDown() override {
+        delete QZMMixer::m_instance;
+        g_offeredFormat = g_opens = 0;
+        g_refuseReopen = false;
+    }
+
+    void ExpectSameTable(const MixModel& model) {
+        for (unsigned c = 0; c < g_nbchannels; ++c) {
+            EXPECT_EQ(g_channel[c].state, model.ch[c].state) << "channel " << c;
+            if (!g_channel[c].state) continue;
+            EXPECT_EQ(g_channel[c].pos, model.ch[c].pos) << "channel " << c;
+            EXPECT_EQ(g_channel[c].left, model.ch[c].left) << "channel " << c;
+            EXPECT_EQ(g_channel[c].loops, model.ch[c].loops) << "channel " << c;
+        }
+        EXPECT_EQ(g_nbactive, model.nbactive);
+        EXPECT_EQ(g_next, model.next);
+        EXPECT_EQ(g_first, model.first);
+        EXPECT_EQ(g_last, model.last);
+    }
+};
+
+TEST_F(MixerTest, CallbacksGiveTheSampleBySampleMix) {
+    const std::pair<int, void (*)(void*, Uint8*, int)> formats[] = {
+        {0x0008, MixerFuncU8},      {0x8008, MixerFuncS8},      {0x0010, MixerFuncU16LSB},
+        {0x8010, MixerFuncS16LSB}, {0x1010, MixerFuncU16MSB}, {0x9010, MixerFuncS16MSB}};
+    for (auto [format, callback] : formats) {
+        SCOPED_TRACE(format);
+        int channels = format == 0x8008 ? 1 : 2, width = (format & 0xFF) / 8;
+        ASSERT_TRUE(mixer->Init(format, 22050, 256, channels == 2, 8));
+        EXPECT_EQ(mixer->obtained.callback, callback);
+        QZMSound sounds[10];
+        for (int round = 0; round < 4; ++round) {
+            for (int k = 0; k < 5; ++k) {
+                QZMSound& s = sounds[(round * 5 + k) % 10];
+                unsigned ch = unsigned(rng() % 9); // 8 asks for any free channel
+                if (ch < 8 && g_channel[ch].sound == &s) mixer->ChStop(ch);
+                RandomSound(s, format, channels, width * (1 + rng() % 700), rng);
+                const uint8_t loops[] = {0, 1, 2, 3, 255};
+                int played = mixer->PlaySound(&s, ch == 8 ? QZMMixer::ANY_CHANNEL : ch,
+                                              uint8_t(rng() % 200), loops[rng() % 5],
+                                              int(rng() % 301) - 150 + (k == 4 ? 127 : 0));
+                if (played >= 0 && k == 3) mixer->ChSeek(unsigned(played), rng() % 800);
+                if (played >= 0 && k == 2) mixer->ChLoop(unsigned(played), 0);
+                if (played >= 0 && k == 1) mixer->ChPause(unsigned(played), false);
+            }
+            for (int call = 0; call < 12; ++call) {
+                int len = int(rng() % 1500) * 2;
+                std::vector<uint8_t> want(size_t(len), 0x5A), got = want;
+                MixModel model;
+                model.Mix(format, want.data(), len);
+                mixer->obtained.callback(nullptr, got.data(), len);
+                ASSERT_EQ(got, want) << "round " << round << " call " << call;
+                ExpectSameTable(model);
+            }
+        }
+        mixer->Exit();
+    }
+}
+
+#ifdef __SSE2__
+// The scalar loops serve builds without SSE2: they must agree with the vector ones.
+template <bool kBig>
+void ExpectScalarLikeSse2(std::mt19937& rng) {
+    using namespace QZM::internal;
+    using Fmt = MixS16<kBig>;
+    uint8_t src[96], outScalar[96], outVector[96];
+    int32_t accScalar[48], accVector[48];
+    for (int trial = 0; trial < 200; ++trial) {
+        for (uint8_t& b : src) b = uint8_t(rng());
+        for (int32_t& a : accScalar) a = int32_t(rng() % 200000) - 100000;
+        memcpy(accVector, accScalar, sizeof accScalar);
+        const int vols[2] = {int(rng() % 129), int(rng() % 129)};
+        unsigned n = rng() % 48;
+        MixRunScalar<Fmt, MixStep::kAdd>(outScalar, accScalar, src, n, vols, -32768, 32767);
+        MixRun<Fmt, MixStep::kAdd>(outVector, accVector, src, n, vols, -32768, 32767);
+        MixRunScalar<Fmt, MixStep::kLast>(outScalar, accScalar, src, n, vols, -32768, 32767);
+        MixRun<Fmt, MixStep::kLast>(outVector, accVector, src, n, vols, -32768, 32767);
+        ASSERT_EQ(memcmp(outScalar, outVector, 2 * n), 0);
+        MixRunScalar<Fmt, MixStep::kOnly>(outScalar, accScalar, src, n, vols, -32768, 32767);
+        MixRun<Fmt, MixStep::kOnly>(outVector, accVector, src, n, vols, -32768, 32767);
+        MixRunScalar<Fmt, MixStep::kFirst>(outScalar, accScalar, src, n, vols, -32768, 32767);
+        MixRun<Fmt, MixStep::kFirst>(outVector, accVector, src, n, vols, -32768, 32767);
+        ASSERT_EQ(memcmp(outScalar, outVector, 2 * n), 0);
+        ASSERT_EQ(memcmp(accScalar, accVector, sizeof accScalar), 0);
+    }
+}
+
+TEST_F(MixerTest, ScalarLoopsAgreeWithSse2) {
+    ExpectScalarLikeSse2<false>(rng);
+    ExpectScalarLikeSse2<true>(rng);
+}
+#endif
+
+TEST_F(MixerTest, InitClampsAndSizesTheBuffer) {
+    ASSERT_TRUE(mixer->Init(0x8010, 3000, 0, true, 0));
+    EXPECT_EQ(mixer->obtained.freq, 4000);
+    EXPECT_EQ(mixer->obtained.samples, 1024);
+    EXPECT_EQ(mixer->NbChannels(), 4u);
+    EXPECT_EQ(mixer->state, 2u); // opened paused
+    ASSERT_TRUE(mixer->Init(0x8010, 96000, 0, false, 100));
+    EXPECT_EQ(mixer->obtained.freq, 48000);
+    EXPECT_EQ(mixer->obtained.samples, 2048);
+    EXPECT_EQ(mixer->NbChannels(), 64u);
+    ASSERT_TRUE(mixer->Init(0x0008, 22050, 0, true, 8));
+    EXPECT_EQ(mixer->obtained.samples, 2048);
+    EXPECT_EQ(mixer->Unpause(), 1u);
+    EXPECT_EQ(mixer->Pause(), 2u);
+    mixer->Exit();
+    EXPECT_EQ(mixer->state, 0u);
+    EXPECT_EQ(mixer->NbChannels(), 0u);
+}
+
+TEST_F(MixerTest, InitReportsFailuresAndReopensInTheOfferedFormat) {
+    qzmtest::LogCapture log;
+    SDL_AudioSpec other{};
+    other.freq = 11025, other.format = AUDIO_U8, other.channels = 1, other.samples = 512;
+    other.callback = [](void*, Uint8*, int) {};
+    ASSERT_EQ(SDL_OpenAudio(&other, nullptr), 0); // the device is taken
+    EXPECT_FALSE(mixer->Init(0x8010, 100000, 0, true, 4));
+    SDL_CloseAudio();
+    EXPECT_EQ(log.text(), std::string("Mixer init error: ") + SDL_GetError() +
+                              "\nMixer format: 32784, freq: 48000, channels: 2, buffer: 1024\n");
+    mixer->PrintInfo();
+    EXPECT_EQ(log.text(), "Mixer not initialized\n");
+
+    g_offeredFormat = 0x9010;
+    ASSERT_TRUE(mixer->Init(0x0008, 22050, 0, false, 4));
+    EXPECT_EQ(log.text(), "Mixer: wanted format = 8, obtained = 36880\n");
+    EXPECT_EQ(mixer->obtained.format, 0x9010);
+    EXPECT_EQ(mixer->obtained.callback, MixerFuncS16MSB);
+    EXPECT_EQ(MIN_AUDIOVAL, -32768);
+    g_refuseReopen = true;
+    g_opens = 0;
+    EXPECT_FALSE(mixer->Init(0x0008, 22050, 512, false, 4));
+    EXPECT_EQ(log.text(), "Mixer: wanted format = 8, obtained = 36880\nMixer init error(2): refused\n"
+                          "Mixer format: 36880, freq: 22050, channels: 1, buffer: 512\n");
+}
+
+TEST_F(MixerTest, ChannelBookkeeping) {
+    qzmtest::LogCapture log;
+    ASSERT_TRUE(mixer->Init(0x8010, 22050, 256, true, 4));
+    QZMSound s;
+    RandomSound(s, 0x8010, 2, 400, rng);
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 200, 1, 0), 0);
+    int volume = 0, loops = 0, pan = 1;
+    EXPECT_EQ(mixer->ChState(0, &volume, &loops, &pan), 1);
+    EXPECT_EQ(volume * 1000 + loops * 10 + pan, 128010);
+    EXPECT_EQ(mixer->ChPan(0, 50), 0);
+    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 32096);
+    EXPECT_EQ(mixer->ChPan(0, -150), 50);
+    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 128000);
+    EXPECT_EQ(mixer->ChPan(0, 110), -100);
+    EXPECT_EQ(mixer->ChPan(0, 127), 100);
+    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 128128);
+    EXPECT_EQ(mixer->ChPan(0, 0), 127);
+
+    EXPECT_EQ(mixer->PlaySound(&s, 0, 200, 1, 0), 0); // taken over: counted twice
+    EXPECT_EQ(mixer->ActiveChannels(), 2u);
+    EXPECT_EQ(mixer->PlaySound(&s, 3, 100, 0, 0), 3); // loaded paused, out of the range
+    EXPECT_EQ(mixer->ChState(3, nullptr, &loops, nullptr), 2);
+    EXPECT_EQ(loops, 1);
+    mixer->ChPause(3, false);
+    EXPECT_EQ(mixer->ChState(3, nullptr, nullptr, nullptr), 1);
+    mixer->PrintInfo();
+    EXPECT_EQ(log.text(), "Mixer: signed 16 bits, little endian, 22050 Hz, stereo\n"
+                          "Channels (active/total): 3/4\n"
+                          "Mixer: state=paused, next=1, first=0, last=0\n"
+                          "Channel 0: 400 bytes left, volume (128,64L,64R), loop=1, pan=0\n"
+                          "Channel 3: 400 bytes left, volume (100,50L,50R), loop=1, pan=0\n");
+    std::vector<uint8_t> out(1000, 0x77);
+    mixer->obtained.callback(nullptr, out.data(), int(out.size()));
+    EXPECT_EQ(g_channel[3].left, 400u); // never scanned
+    EXPECT_EQ(mixer->ChState(0, nullptr, nullptr, nullptr), 0);
+
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 3, 127), 0);
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 255, 127), 1);
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 1, 127), 2);
+    EXPECT_EQ(mixer->ChLoop(2, 0), 1); // wraps to forever at the end
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 1, 127), -1);
+    EXPECT_EQ(log.text(), "Mixer: no channel left\n");
+    EXPECT_EQ(mixer->PlaySound(&s, 4, 128, 1, 127), -1);
+    for (int call = 0; call < 3; ++call) mixer->obtained.callback(nullptr, out.data(), 800);
+    EXPECT_EQ(mixer->ChState(0, nullptr, nullptr, nullptr), 0); // three plays over
+    EXPECT_EQ(mixer->ChState(2, nullptr, &loops, nullptr), 1);
+    EXPECT_EQ(loops, 255);
+    EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 1, 127), 0);
+
+    EXPECT_TRUE(mixer->ChSeek(1, 10));
+    EXPECT_EQ(mixer->ChGetPos(1), 10);
+    EXPECT_TRUE(mixer->ChSeek(1, 1000000));
+    EXPECT_EQ(mixer->ChGetPos(1), 100);
+    mixer->obtained.callback(nullptr, out.data(), 8); // a seek to the end loops at once
+    EXPECT_EQ(mixer->ChGetPos(1), 2);
+    mixer->ChStop(1);
+    EXPECT_FALSE(mixer->ChSeek(1, 0));
+    EXPECT_EQ(mixer->ChGetPos(1), -1);
+    EXPECT_EQ(mixer->ChVolume(1, 5), 0);
+
+    s.freq = 22099;
+    EXPECT_TRUE(mixer->SameFormat(&s));
+    s.freq = 22100;
+    EXPECT_FALSE(mixer->SameFormat(&s));
+    EXPECT_FALSE(mixer->SameFormat(nullptr));
+    mixer->Exit();
+}
+
+TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
+    qzmtest::TempDir tmp;
+    const std::string raw = tmp.file("out.raw");
+    setenv("SDL_AUDIODRIVER", "disk", 1);
+    setenv("SDL_DISKAUDIOFILE", raw.c_str(), 1);
+    setenv("SDL_DISKAUDIODELAY", "0", 1);
+    std::unique_ptr<QZMMixer> mixer(QZMMixer::Singleton());
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    ASSERT_TRUE(mixer->Init(0x8010, 22050, 512, true, 4));
+    std::mt19937 rng(7);
+    QZMSound a, b;
+    RandomSound(a, 0x8010, 2, 3000, rng);
+    RandomSound(b, 0x8010, 2, 5000, rng);
+    a.data[1] = 0x40; // the first mixed buffer is not silent
+    mixer->PlaySound(&a, 0, 100, 2, 50);
+    mixer->PlaySound(&b, 1, 128, 1, 127);
+    MixModel model;
+    std::vector<uint8_t> want(mixer->obtained.size * 8, 0);
+    for (size_t at = 0; at < want.size(); at += mixer->obtained.size)
+        model.Mix(0x8010, want.data() + at, int(mixer->obtained.size));
+
+    struct stat st {};
+    size_t before = stat(raw.c_str(), &st) == 0 ? size_t(st.st_size) : 0;
+    mixer->Unpause();
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while ((stat(raw.c_str(), &st) != 0 || size_t(st.st_size) < before + 2 * want.size()) &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    mixer->Exit();
+    std::string written = qzmtest::ReadFile(raw);
+    size_t start = written.find_first_not_of('\0', before);
+    ASSERT_NE(start, std::string::npos);
+    start -= start % mixer->obtained.size; // where the first mixed buffer begins
+    ASSERT_GE(written.size(), start + want.size());
+    EXPECT_EQ(written.substr(start, want.size()), std::string(want.begin(), want.end()));
+}
+
+} // namespace
+
+// The test's own SDL_OpenAudio, exported by the program, stands in front of SDL's.
+extern "C" int SDL_OpenAudio(SDL_AudioSpec* desired, SDL_AudioSpec* obtained) {
+    using Open = int (*)(SDL_AudioSpec*, SDL_AudioSpec*);
+    static Open real = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "SDL_OpenAudio"));
+    if (g_refuseReopen && g_opens > 0) {
+        SDL_SetError("refused");
+        return -1;
+    }
+    int result = real(desired, obtained);
+    if (result == 0 && obtained && g_offeredFormat && g_opens++ == 0) obtained->format = Uint16(g_offeredFormat);
+    return result;
+}
