@@ -1,6 +1,7 @@
 # Front door: every target installs what is missing first.
 BUILD    ?= build
 SAN_BUILD ?= build-sanitize
+TSAN_BUILD ?= build-tsan
 BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
@@ -10,7 +11,7 @@ PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sdl12-compat test-sanitize bench fuzz install clean
+.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan bench fuzz install clean
 
 all: build
 
@@ -40,6 +41,13 @@ test-sanitize: deps
 	cd $(SAN_BUILD) && ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 \
 		UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 $(CTEST)
 
+# The mixer's tests under ThreadSanitizer: the game's thread against SDL's audio thread.
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQZM_TSAN=ON \
+		-DQZM_BUILD_EXAMPLES=OFF -DQZM_BUILD_TOOLS=OFF
+	cmake --build $(TSAN_BUILD) --target qzm_mixer_tests -j$(JOBS)
+	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 $(CTEST) -R '^Mixer'
+
 bench:
 	@sh scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=$(BENCH_TYPE) -DQZM_BUILD_BENCH=ON \
@@ -59,4 +67,4 @@ install: build
 	-[ "$$(id -u)" -eq 0 ] && ldconfig
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) build-bench-* $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) build-bench-* $(FUZZ_BUILD)

@@ -15,29 +15,19 @@ struct MixModel {
     unsigned nbactive = g_nbactive, next = g_next, first = g_first, last = g_last;
 
     static int32_t Share(int format, const uint8_t* p, int vol) {
+        if (format == 0x0008) return (p[0] - 128) * vol / 128 + 128;
+        if (format == 0x8008) return int8_t(p[0]) * vol / 128;
         int16_t s16 = int16_t(format & 0x1000 ? p[0] << 8 | p[1] : p[1] << 8 | p[0]);
         switch (format) {
-        case 0x0008: return (p[0] - 128) * vol / 128 + 128;
-        case 0x8008: return int8_t(p[0]) * vol / 128;
         case 0x8010:
         case 0x9010: return s16 * vol / 128;
         default: return int32_t((uint32_t(uint16_t(s16)) * uint32_t(vol)) >> 7);
         }
     }
 
-    static void Put(int format, uint8_t* out, int32_t v) {
-        if ((format & 0xFF) == 8) {
-            out[0] = uint8_t(v);
-        } else {
-            out[format & 0x1000 ? 1 : 0] = uint8_t(v);
-            out[format & 0x1000 ? 0 : 1] = uint8_t(v >> 8);
-        }
-    }
-
     void Free(unsigned c) {
         --nbactive;
         ch[c].state = 0;
-        ch[c].sound = nullptr;
         if (next > c) next = c;
         if (c == first)
             while (first < ch.size() && ch[first].state != 1) ++first;
@@ -55,21 +45,20 @@ struct MixModel {
     void Mix(int format, uint8_t* out, int len) {
         if (nbactive == 0 || last < first) return;
         const unsigned width = (format & 0xFF) / 8;
-        int side = 1;
-        for (; len > 0; len -= width, out += width, side = 1 - side) {
+        for (int side = 1; len > 0; len -= width, out += width, side = 1 - side) {
             for (unsigned c = first; c <= last; ++c) // sought to the end: no sample left to read
                 if (ch[c].state == 1 && ch[c].left < width) End(c);
             if (nbactive == 0) break;
             int32_t acc = 0;
             for (unsigned c = first; c <= last; ++c) {
-                MixerChannel& m = ch[c];
-                if (m.state != 1) continue;
-                acc += Share(format, m.pos, side ? m.lvol : m.rvol);
-                m.pos += width;
-                m.left -= width;
-                if (m.left == 0) End(c);
+                if (ch[c].state != 1) continue;
+                acc += Share(format, ch[c].pos, side ? ch[c].lvol : ch[c].rvol);
+                ch[c].pos += width;
+                if ((ch[c].left -= width) == 0) End(c);
             }
-            Put(format, out, acc < MIN_AUDIOVAL ? MIN_AUDIOVAL : acc > MAX_AUDIOVAL ? MAX_AUDIOVAL : acc);
+            acc = acc < MIN_AUDIOVAL ? MIN_AUDIOVAL : acc > MAX_AUDIOVAL ? MAX_AUDIOVAL : acc;
+            out[width == 2 && format & 0x1000 ? 1 : 0] = uint8_t(acc);
+            if (width == 2) out[format & 0x1000 ? 0 : 1] = uint8_t(acc >> 8);
         }
         memset(out, g_silence, size_t(len > 0 ? len : 0));
     }
@@ -77,10 +66,7 @@ struct MixModel {
 
 inline void RandomSound(QZMSound& s, int format, int channels, unsigned bytes, std::mt19937& rng) {
     s.Clear();
-    s.format = format;
-    s.freq = 22050;
-    s.channels = channels;
-    s.size = bytes;
+    s.format = format, s.freq = 22050, s.channels = channels, s.size = bytes;
     s.data = new uint8_t[bytes];
     for (unsigned i = 0; i < bytes; ++i) s.data[i] = uint8_t(rng());
 }

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <tuple>
 #include <thread>
 
 namespace {
@@ -35,18 +36,15 @@ protected:
         g_refuseReopen = false;
     }
 
-    void ExpectSameTable(const MixModel& model) {
+    static void ExpectSameTable(const MixModel& model) {
         for (unsigned c = 0; c < g_nbchannels; ++c) {
-            EXPECT_EQ(g_channel[c].state, model.ch[c].state) << "channel " << c;
-            if (!g_channel[c].state) continue;
-            EXPECT_EQ(g_channel[c].pos, model.ch[c].pos) << "channel " << c;
-            EXPECT_EQ(g_channel[c].left, model.ch[c].left) << "channel " << c;
-            EXPECT_EQ(g_channel[c].loops, model.ch[c].loops) << "channel " << c;
+            const MixerChannel &a = g_channel[c], &b = model.ch[c];
+            EXPECT_TRUE(a.state == b.state &&
+                        (!a.state || (a.pos == b.pos && a.left == b.left && a.loops == b.loops)))
+                << "channel " << c;
         }
-        EXPECT_EQ(g_nbactive, model.nbactive);
-        EXPECT_EQ(g_next, model.next);
-        EXPECT_EQ(g_first, model.first);
-        EXPECT_EQ(g_last, model.last);
+        EXPECT_EQ(std::tie(g_nbactive, g_next, g_first, g_last),
+                  std::tie(model.nbactive, model.next, model.first, model.last));
     }
 };
 
@@ -63,8 +61,9 @@ TEST_F(MixerTest, CallbacksGiveTheSampleBySampleMix) {
         for (int round = 0; round < 4; ++round) {
             for (int k = 0; k < 5; ++k) {
                 QZMSound& s = sounds[(round * 5 + k) % 10];
+                for (unsigned c = 0; c < 8; ++c)
+                    if (g_channel[c].state && g_channel[c].sound == &s) mixer->ChStop(c);
                 unsigned ch = unsigned(rng() % 9); // 8 asks for any free channel
-                if (ch < 8 && g_channel[ch].sound == &s) mixer->ChStop(ch);
                 RandomSound(s, format, channels, width * (1 + rng() % 700), rng);
                 const uint8_t loops[] = {0, 1, 2, 3, 255};
                 int played = mixer->PlaySound(&s, ch == 8 ? QZMMixer::ANY_CHANNEL : ch,
@@ -89,30 +88,27 @@ TEST_F(MixerTest, CallbacksGiveTheSampleBySampleMix) {
 }
 
 #ifdef __SSE2__
-// The scalar loops serve builds without SSE2: they must agree with the vector ones.
+// Builds without SSE2 mix signed 16-bit with the scalar loops alone: three channels, then one.
 template <bool kBig>
 void ExpectScalarLikeSse2(std::mt19937& rng) {
     using namespace QZM::internal;
     using Fmt = MixS16<kBig>;
-    uint8_t src[96], outScalar[96], outVector[96];
-    int32_t accScalar[48], accVector[48];
-    for (int trial = 0; trial < 200; ++trial) {
-        for (uint8_t& b : src) b = uint8_t(rng());
-        for (int32_t& a : accScalar) a = int32_t(rng() % 200000) - 100000;
-        memcpy(accVector, accScalar, sizeof accScalar);
-        const int vols[2] = {int(rng() % 129), int(rng() % 129)};
-        unsigned n = rng() % 48;
-        MixRunScalar<Fmt, MixStep::kAdd>(outScalar, accScalar, src, n, vols, -32768, 32767);
-        MixRun<Fmt, MixStep::kAdd>(outVector, accVector, src, n, vols, -32768, 32767);
-        MixRunScalar<Fmt, MixStep::kLast>(outScalar, accScalar, src, n, vols, -32768, 32767);
-        MixRun<Fmt, MixStep::kLast>(outVector, accVector, src, n, vols, -32768, 32767);
-        ASSERT_EQ(memcmp(outScalar, outVector, 2 * n), 0);
-        MixRunScalar<Fmt, MixStep::kOnly>(outScalar, accScalar, src, n, vols, -32768, 32767);
-        MixRun<Fmt, MixStep::kOnly>(outVector, accVector, src, n, vols, -32768, 32767);
-        MixRunScalar<Fmt, MixStep::kFirst>(outScalar, accScalar, src, n, vols, -32768, 32767);
-        MixRun<Fmt, MixStep::kFirst>(outVector, accVector, src, n, vols, -32768, 32767);
-        ASSERT_EQ(memcmp(outScalar, outVector, 2 * n), 0);
-        ASSERT_EQ(memcmp(accScalar, accVector, sizeof accScalar), 0);
+    uint8_t src[3][96], out[2][96];
+    int32_t acc[2][48];
+    for (unsigned n = 0; n < 48; ++n) {
+        for (auto& channel : src)
+            for (uint8_t& b : channel) b = uint8_t(rng());
+        const int v[2] = {int(rng() % 129), int(rng() % 129)};
+        MixRunScalar<Fmt, MixStep::kFirst>(out[0], acc[0], src[0], n, v, -32768, 32767);
+        MixRunScalar<Fmt, MixStep::kAdd>(out[0], acc[0], src[1], n, v, -32768, 32767);
+        MixRunScalar<Fmt, MixStep::kLast>(out[0], acc[0], src[2], n, v, -32768, 32767);
+        MixRunS16Sse2<kBig, MixStep::kFirst>(out[1], acc[1], src[0], n, v, -32768, 32767);
+        MixRunS16Sse2<kBig, MixStep::kAdd>(out[1], acc[1], src[1], n, v, -32768, 32767);
+        MixRunS16Sse2<kBig, MixStep::kLast>(out[1], acc[1], src[2], n, v, -32768, 32767);
+        ASSERT_EQ(memcmp(out[0], out[1], 2 * n), 0) << n;
+        MixRunScalar<Fmt, MixStep::kOnly>(out[0], acc[0], src[0], n, v, -32768, 32767);
+        MixRunS16Sse2<kBig, MixStep::kOnly>(out[1], acc[1], src[0], n, v, -32768, 32767);
+        ASSERT_EQ(memcmp(out[0], out[1], 2 * n), 0) << n;
     }
 }
 
@@ -124,21 +120,17 @@ TEST_F(MixerTest, ScalarLoopsAgreeWithSse2) {
 
 TEST_F(MixerTest, InitClampsAndSizesTheBuffer) {
     ASSERT_TRUE(mixer->Init(0x8010, 3000, 0, true, 0));
-    EXPECT_EQ(mixer->obtained.freq, 4000);
-    EXPECT_EQ(mixer->obtained.samples, 1024);
+    EXPECT_EQ(std::tie(mixer->obtained.freq, mixer->obtained.samples, mixer->state), std::tuple(4000, 1024, 2u));
     EXPECT_EQ(mixer->NbChannels(), 4u);
-    EXPECT_EQ(mixer->state, 2u); // opened paused
     ASSERT_TRUE(mixer->Init(0x8010, 96000, 0, false, 100));
-    EXPECT_EQ(mixer->obtained.freq, 48000);
-    EXPECT_EQ(mixer->obtained.samples, 2048);
+    EXPECT_EQ(std::tie(mixer->obtained.freq, mixer->obtained.samples), std::tuple(48000, 2048));
     EXPECT_EQ(mixer->NbChannels(), 64u);
     ASSERT_TRUE(mixer->Init(0x0008, 22050, 0, true, 8));
     EXPECT_EQ(mixer->obtained.samples, 2048);
     EXPECT_EQ(mixer->Unpause(), 1u);
     EXPECT_EQ(mixer->Pause(), 2u);
     mixer->Exit();
-    EXPECT_EQ(mixer->state, 0u);
-    EXPECT_EQ(mixer->NbChannels(), 0u);
+    EXPECT_EQ(mixer->state + mixer->NbChannels(), 0u);
 }
 
 TEST_F(MixerTest, InitReportsFailuresAndReopensInTheOfferedFormat) {
@@ -149,8 +141,8 @@ TEST_F(MixerTest, InitReportsFailuresAndReopensInTheOfferedFormat) {
     ASSERT_EQ(SDL_OpenAudio(&other, nullptr), 0); // the device is taken
     EXPECT_FALSE(mixer->Init(0x8010, 100000, 0, true, 4));
     SDL_CloseAudio();
-    EXPECT_EQ(log.text(), std::string("Mixer init error: ") + SDL_GetError() +
-                              "\nMixer format: 32784, freq: 48000, channels: 2, buffer: 1024\n");
+    EXPECT_EQ(log.text(), "Mixer init error: Audio device is already opened\n"
+                          "Mixer format: 32784, freq: 48000, channels: 2, buffer: 1024\n");
     mixer->PrintInfo();
     EXPECT_EQ(log.text(), "Mixer not initialized\n");
 
@@ -170,38 +162,40 @@ TEST_F(MixerTest, InitReportsFailuresAndReopensInTheOfferedFormat) {
 TEST_F(MixerTest, ChannelBookkeeping) {
     qzmtest::LogCapture log;
     ASSERT_TRUE(mixer->Init(0x8010, 22050, 256, true, 4));
+    auto volumes = [](unsigned ch) { return g_channel[ch].lvol * 1000 + g_channel[ch].rvol; };
+    auto channelState = [this](unsigned ch) { return mixer->ChState(ch, nullptr, nullptr, nullptr); };
     QZMSound s;
     RandomSound(s, 0x8010, 2, 400, rng);
     EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 200, 1, 0), 0);
     int volume = 0, loops = 0, pan = 1;
     EXPECT_EQ(mixer->ChState(0, &volume, &loops, &pan), 1);
-    EXPECT_EQ(volume * 1000 + loops * 10 + pan, 128010);
+    EXPECT_EQ(std::tie(volume, loops, pan), std::tuple(128, 1, 0));
     EXPECT_EQ(mixer->ChPan(0, 50), 0);
-    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 32096);
+    EXPECT_EQ(volumes(0), 32096);
     EXPECT_EQ(mixer->ChPan(0, -150), 50);
-    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 128000);
+    EXPECT_EQ(volumes(0), 128000);
     EXPECT_EQ(mixer->ChPan(0, 110), -100);
     EXPECT_EQ(mixer->ChPan(0, 127), 100);
-    EXPECT_EQ(g_channel[0].lvol * 1000 + g_channel[0].rvol, 128128);
+    EXPECT_EQ(volumes(0), 128128);
     EXPECT_EQ(mixer->ChPan(0, 0), 127);
 
     EXPECT_EQ(mixer->PlaySound(&s, 0, 200, 1, 0), 0); // taken over: counted twice
-    EXPECT_EQ(mixer->ActiveChannels(), 2u);
-    EXPECT_EQ(mixer->PlaySound(&s, 3, 100, 0, 0), 3); // loaded paused, out of the range
+    EXPECT_EQ(mixer->PlaySound(&s, 3, 100, 0, 0), 3); // loaded paused, left out of the range
     EXPECT_EQ(mixer->ChState(3, nullptr, &loops, nullptr), 2);
     EXPECT_EQ(loops, 1);
     mixer->ChPause(3, false);
-    EXPECT_EQ(mixer->ChState(3, nullptr, nullptr, nullptr), 1);
+    EXPECT_EQ(channelState(3), 1);
     mixer->PrintInfo();
     EXPECT_EQ(log.text(), "Mixer: signed 16 bits, little endian, 22050 Hz, stereo\n"
                           "Channels (active/total): 3/4\n"
                           "Mixer: state=paused, next=1, first=0, last=0\n"
                           "Channel 0: 400 bytes left, volume (128,64L,64R), loop=1, pan=0\n"
                           "Channel 3: 400 bytes left, volume (100,50L,50R), loop=1, pan=0\n");
-    std::vector<uint8_t> out(1000, 0x77);
+    std::vector<uint8_t> out(1000);
     mixer->obtained.callback(nullptr, out.data(), int(out.size()));
-    EXPECT_EQ(g_channel[3].left, 400u); // never scanned
-    EXPECT_EQ(mixer->ChState(0, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(channelState(0), 0);
+    EXPECT_EQ(g_channel[3].left, 400u); // never mixed
+    EXPECT_EQ(mixer->ActiveChannels(), 2u);
 
     EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 3, 127), 0);
     EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 255, 127), 1);
@@ -209,9 +203,8 @@ TEST_F(MixerTest, ChannelBookkeeping) {
     EXPECT_EQ(mixer->ChLoop(2, 0), 1); // wraps to forever at the end
     EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 1, 127), -1);
     EXPECT_EQ(log.text(), "Mixer: no channel left\n");
-    EXPECT_EQ(mixer->PlaySound(&s, 4, 128, 1, 127), -1);
     for (int call = 0; call < 3; ++call) mixer->obtained.callback(nullptr, out.data(), 800);
-    EXPECT_EQ(mixer->ChState(0, nullptr, nullptr, nullptr), 0); // three plays over
+    EXPECT_EQ(channelState(0), 0); // three plays over
     EXPECT_EQ(mixer->ChState(2, nullptr, &loops, nullptr), 1);
     EXPECT_EQ(loops, 255);
     EXPECT_EQ(mixer->PlaySound(&s, QZMMixer::ANY_CHANNEL, 128, 1, 127), 0);
@@ -220,7 +213,7 @@ TEST_F(MixerTest, ChannelBookkeeping) {
     EXPECT_EQ(mixer->ChGetPos(1), 10);
     EXPECT_TRUE(mixer->ChSeek(1, 1000000));
     EXPECT_EQ(mixer->ChGetPos(1), 100);
-    mixer->obtained.callback(nullptr, out.data(), 8); // a seek to the end loops at once
+    mixer->obtained.callback(nullptr, out.data(), 8); // at its end: loops at once
     EXPECT_EQ(mixer->ChGetPos(1), 2);
     mixer->ChStop(1);
     EXPECT_FALSE(mixer->ChSeek(1, 0));
@@ -230,9 +223,7 @@ TEST_F(MixerTest, ChannelBookkeeping) {
     s.freq = 22099;
     EXPECT_TRUE(mixer->SameFormat(&s));
     s.freq = 22100;
-    EXPECT_FALSE(mixer->SameFormat(&s));
-    EXPECT_FALSE(mixer->SameFormat(nullptr));
-    mixer->Exit();
+    EXPECT_FALSE(mixer->SameFormat(&s) || mixer->SameFormat(nullptr));
 }
 
 TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
@@ -251,7 +242,9 @@ TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
     a.data[1] = 0x40; // the first mixed buffer is not silent
     mixer->PlaySound(&a, 0, 100, 2, 50);
     mixer->PlaySound(&b, 1, 128, 1, 127);
+    SDL_LockAudio(); // orders the copy before the audio thread's first mix
     MixModel model;
+    SDL_UnlockAudio();
     std::vector<uint8_t> want(mixer->obtained.size * 8, 0);
     for (size_t at = 0; at < want.size(); at += mixer->obtained.size)
         model.Mix(0x8010, want.data() + at, int(mixer->obtained.size));
@@ -268,7 +261,6 @@ TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
     size_t start = written.find_first_not_of('\0', before);
     ASSERT_NE(start, std::string::npos);
     start -= start % mixer->obtained.size; // where the first mixed buffer begins
-    ASSERT_GE(written.size(), start + want.size());
     EXPECT_EQ(written.substr(start, want.size()), std::string(want.begin(), want.end()));
 }
 
