@@ -24,9 +24,17 @@ QZMMixer* QZMMixer::m_instance = nullptr;
 
 namespace {
 
+using QZM::internal::MixS16;
+using QZM::internal::MixS8;
 using QZM::internal::MixStep;
+using QZM::internal::MixU16;
+using QZM::internal::MixU8;
 
-enum : uint8_t { kFree = QZMMixer::CH_FREE, kPlaying = QZMMixer::CH_PLAYING, kPaused = QZMMixer::CH_PAUSED };
+enum : uint8_t {
+    kFree = QZMMixer::CH_FREE,
+    kPlaying = QZMMixer::CH_PLAYING,
+    kPaused = QZMMixer::CH_PAUSED
+};
 const uint8_t kLoopForever = 255;
 const int kNoPan = 127;
 const uint8_t kFullVolume = 128;
@@ -150,7 +158,8 @@ void MixChannel(uint8_t* out, int32_t* acc, unsigned ch, unsigned n, bool rightF
 
 // n samples during which none of the channels ends before the last one.
 template <class Fmt>
-void MixSamples(uint8_t* out, const unsigned* playing, unsigned count, unsigned n, bool rightFirst) {
+void MixSamples(uint8_t* out, const unsigned* playing, unsigned count, unsigned n,
+                bool rightFirst) {
     if (count == 0) { // nothing playing in range: every sample is 0 before clipping
         int32_t zero = QZM::internal::Clip(0, MIN_AUDIOVAL, MAX_AUDIOVAL);
         for (unsigned i = 0; i < n; ++i) Fmt::Put(out + i * Fmt::kWidth, zero);
@@ -193,10 +202,10 @@ void MixLocked(uint8_t* stream, unsigned len) {
 
 // Idle tests under the lock too: the game's thread writes these.
 template <class Fmt>
-void MixCallback(unsigned char* stream, int len) {
+void MixCallback(unsigned char* out, int len) {
     Lock lock;
     if (!lock.Held() || g_nbactive == 0 || g_last < g_first || len <= 0) return;
-    MixLocked<Fmt>(stream, unsigned(len));
+    MixLocked<Fmt>(out, unsigned(len));
 }
 
 // Logs a failed open with what was asked for.
@@ -226,7 +235,8 @@ int8_t ClampedPan(const QZMMixer& mixer, int pan) {
 
 // The steps every play request shares once load has filled in what to play.
 template <class Load>
-int StartChannel(QZMMixer& mixer, unsigned channel, uint8_t volume, uint8_t loops, int pan, Load load) {
+int StartChannel(QZMMixer& mixer, unsigned channel, uint8_t volume, uint8_t loops, int pan,
+                 Load load) {
     {
         Lock lock;
         if (channel == QZMMixer::ANY_CHANNEL) channel = g_next;
@@ -266,22 +276,16 @@ Result OnBusyChannel(uint32_t mixerState, unsigned ch, Result idle, Op op) {
 
 } // namespace
 
-void MixerFuncU8(void*, unsigned char* stream, int len) { MixCallback<QZM::internal::MixU8>(stream, len); }
-void MixerFuncS8(void*, unsigned char* stream, int len) { MixCallback<QZM::internal::MixS8>(stream, len); }
-void MixerFuncS16LSB(void*, unsigned char* stream, int len) {
-    MixCallback<QZM::internal::MixS16<false>>(stream, len);
-}
-void MixerFuncU16LSB(void*, unsigned char* stream, int len) {
-    MixCallback<QZM::internal::MixU16<false>>(stream, len);
-}
-void MixerFuncS16MSB(void*, unsigned char* stream, int len) {
-    MixCallback<QZM::internal::MixS16<true>>(stream, len);
-}
-void MixerFuncU16MSB(void*, unsigned char* stream, int len) {
-    MixCallback<QZM::internal::MixU16<true>>(stream, len);
-}
+void MixerFuncU8(void*, unsigned char* out, int len) { MixCallback<MixU8>(out, len); }
+void MixerFuncS8(void*, unsigned char* out, int len) { MixCallback<MixS8>(out, len); }
+void MixerFuncS16LSB(void*, unsigned char* out, int len) { MixCallback<MixS16<false>>(out, len); }
+void MixerFuncU16LSB(void*, unsigned char* out, int len) { MixCallback<MixU16<false>>(out, len); }
+void MixerFuncS16MSB(void*, unsigned char* out, int len) { MixCallback<MixS16<true>>(out, len); }
+void MixerFuncU16MSB(void*, unsigned char* out, int len) { MixCallback<MixU16<true>>(out, len); }
 
-QZMMixer::QZMMixer() : QZMSDLMgr(SDL_INIT_AUDIO), state(0) { memset(&obtained, 0, sizeof obtained); }
+QZMMixer::QZMMixer() : QZMSDLMgr(SDL_INIT_AUDIO), state(0) {
+    memset(&obtained, 0, sizeof obtained);
+}
 
 QZMMixer::~QZMMixer() {
     if (state != 0) Exit();
@@ -365,8 +369,8 @@ uint32_t QZMMixer::Unpause() {
     return state;
 }
 
-int QZMMixer::PlaySound(QZMSound* s, unsigned int channel, unsigned char volume, unsigned char loops,
-                        int pan) {
+int QZMMixer::PlaySound(QZMSound* s, unsigned int channel, unsigned char volume,
+                        unsigned char loops, int pan) {
     if (state == 0 || !s) return -1;
     return StartChannel(*this, channel, volume, loops, pan, [s](MixerChannel& c) {
         c.sound = s;
@@ -379,7 +383,8 @@ int QZMMixer::PlaySound(QZMSound* s, unsigned int channel, unsigned char volume,
 int QZMMixer::ChGetPos(unsigned int ch) const {
     return OnBusyChannel(state, ch, -1, [this](MixerChannel& c) {
         if (!c.sound) return -1;
-        return int((SoundBytes(c.sound) - c.left) / obtained.channels / BytesPerSample(obtained.format));
+        uint32_t played = SoundBytes(c.sound) - c.left;
+        return int(played / obtained.channels / BytesPerSample(obtained.format));
     });
 }
 
@@ -405,7 +410,8 @@ int QZMMixer::ChState(unsigned int ch, int* volume, int* loops, int* pan) const 
 }
 
 void QZMMixer::ChPause(unsigned int ch, bool pause) {
-    OnBusyChannel(state, ch, 0, [pause](MixerChannel& c) { return c.state = pause ? kPaused : kPlaying; });
+    OnBusyChannel(state, ch, 0,
+                  [pause](MixerChannel& c) { return c.state = pause ? kPaused : kPlaying; });
 }
 
 void QZMMixer::ChStop(unsigned int ch) {
@@ -473,12 +479,12 @@ void QZMMixer::PrintInfo() const {
     Lock lock;
     QZM::LOG("Mixer: %s, %d Hz, %s\nChannels (active/total): %d/%d\n", FormatName(obtained.format),
              obtained.freq, obtained.channels == 2 ? "stereo" : "mono", g_nbactive, g_nbchannels);
-    QZM::LOG("Mixer: state=%s, next=%d, first=%d, last=%d\n", state == kPaused ? "paused" : "playing",
-             g_next, g_first, g_last);
+    QZM::LOG("Mixer: state=%s, next=%d, first=%d, last=%d\n",
+             state == SDL_AUDIO_PAUSED ? "paused" : "playing", g_next, g_first, g_last);
     for (unsigned ch = 0; ch < g_nbchannels; ++ch) {
         const MixerChannel& c = g_channel[ch];
         if (c.state != kFree)
-            QZM::LOG("Channel %d: %d bytes left, volume (%d,%dL,%dR), loop=%d, pan=%d\n", ch, c.left,
-                     c.volume, c.lvol, c.rvol, c.loops, c.pan);
+            QZM::LOG("Channel %d: %d bytes left, volume (%d,%dL,%dR), loop=%d, pan=%d\n", ch,
+                     c.left, c.volume, c.lvol, c.rvol, c.loops, c.pan);
     }
 }

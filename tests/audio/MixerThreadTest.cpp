@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <memory>
 
 TEST(MixerThreadTest, ControlsWhileTheDeviceMixes) {
@@ -19,7 +18,7 @@ TEST(MixerThreadTest, ControlsWhileTheDeviceMixes) {
     for (int step = 0; step < 4000; ++step) {
         unsigned ch = unsigned(rng() % 8);
         switch (rng() % 9) {
-        case 0: mixer->PlaySound(&sounds[rng() % 4], ch, 100, uint8_t(rng() % 4), int(rng() % 200) - 100); break;
+        case 0: mixer->PlaySound(&sounds[rng() % 4], ch, 100, uint8_t(rng() % 4), 0); break;
         case 1: mixer->ChStop(ch); break;
         case 2: mixer->ChPause(ch, rng() % 2); break;
         case 3: mixer->ChSeek(ch, rng() % 300); break;
@@ -33,9 +32,7 @@ TEST(MixerThreadTest, ControlsWhileTheDeviceMixes) {
     // A last sound played once proves that the audio thread was mixing.
     for (unsigned ch = 0; ch < 8; ++ch) mixer->ChStop(ch);
     ASSERT_EQ(mixer->PlaySound(&sounds[0], 0, 128, 1, 0), 0);
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (mixer->ChState(0, nullptr, nullptr, nullptr) != 0 && std::chrono::steady_clock::now() < deadline)
-        SDL_Delay(1);
+    for (int ms = 0; ms < 20000 && mixer->ChState(0, nullptr, nullptr, nullptr); ++ms) SDL_Delay(1);
     EXPECT_EQ(mixer->ChState(0, nullptr, nullptr, nullptr), 0);
     mixer->Exit();
 }

@@ -90,7 +90,9 @@ void MixRunScalar(uint8_t* out, int32_t* acc, const uint8_t* src, unsigned n, co
 }
 
 #ifdef __SSE2__
-inline __m128i SwapBytes16(__m128i v) { return _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8)); }
+inline __m128i SwapBytes16(__m128i v) {
+    return _mm_or_si128(_mm_slli_epi16(v, 8), _mm_srli_epi16(v, 8));
+}
 
 // Signed 16-bit runs, 8 samples a step. madd of the pairs (s, s < 0 ? -1 : 0) and (vol, -127)
 // gives s * vol + 127 for a negative s: the bias that makes the arithmetic shift round toward
