@@ -31,21 +31,21 @@ inline void StoreBE16(uint8_t* p, uint32_t v) {
 // Each format: kWidth bytes per sample, Share (one channel's part of an output sample at a
 // volume of 0..128) and Put (writes a clipped sum).
 struct MixU8 {
-    static const unsigned kWidth = 1;
+    static constexpr unsigned kWidth = 1;
     // Centred, scaled, then biased again: every channel adds its own 128.
     static int32_t Share(const uint8_t* s, int vol) { return Div128((s[0] - 128) * vol) + 128; }
     static void Put(uint8_t* out, int32_t v) { out[0] = uint8_t(v); }
 };
 
 struct MixS8 {
-    static const unsigned kWidth = 1;
+    static constexpr unsigned kWidth = 1;
     static int32_t Share(const uint8_t* s, int vol) { return Div128(int8_t(s[0]) * vol); }
     static void Put(uint8_t* out, int32_t v) { out[0] = uint8_t(v); }
 };
 
 template <bool kBigEndian>
 struct Mix16 {
-    static const unsigned kWidth = 2;
+    static constexpr unsigned kWidth = 2;
     static uint16_t Get(const uint8_t* s) { return kBigEndian ? LoadBE16(s) : LoadLE16(s); }
     static void Put(uint8_t* out, int32_t v) {
         kBigEndian ? StoreBE16(out, uint32_t(v)) : StoreLE16(out, uint32_t(v));
