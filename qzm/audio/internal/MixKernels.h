@@ -5,6 +5,7 @@
 // share into a 32-bit accumulator, the next ones add theirs, the last one adds and writes the
 // clipped sum. That is the same sum, clipped once, as going sample by sample over the channels.
 // In a header so that tests can run the scalar loops on SSE2 builds as well.
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -102,7 +103,7 @@ void MixRunS16Sse2(uint8_t* out, int32_t* acc, const uint8_t* src, unsigned n, c
                    int32_t lo, int32_t hi) {
     const __m128i v = _mm_setr_epi16(int16_t(vols[0]), -127, int16_t(vols[1]), -127,
                                      int16_t(vols[0]), -127, int16_t(vols[1]), -127);
-    unsigned i = 0;
+    size_t i = 0; // full width: indexed addressing needs no extension
     for (; i + 8 <= n; i += 8) {
         __m128i s = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
         if (kBigEndian) s = SwapBytes16(s);
@@ -124,7 +125,8 @@ void MixRunS16Sse2(uint8_t* out, int32_t* acc, const uint8_t* src, unsigned n, c
         }
     }
     // i is even, so the rest starts on the same side.
-    MixRunScalar<MixS16<kBigEndian>, kStep>(out + 2 * i, acc + i, src + 2 * i, n - i, vols, lo, hi);
+    MixRunScalar<MixS16<kBigEndian>, kStep>(out + 2 * i, acc + i, src + 2 * i, unsigned(n - i),
+                                            vols, lo, hi);
 }
 #endif
 
