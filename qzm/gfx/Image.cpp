@@ -16,18 +16,7 @@
 
 namespace {
 
-using QZM::internal::Box;
-using QZM::internal::ClipRun;
-using QZM::internal::Column;
-using QZM::internal::CopyBlock;
-using QZM::internal::FillRow;
-using QZM::internal::KeyedBlock;
-using QZM::internal::MoveBlock;
-using QZM::internal::Plane;
-using QZM::internal::Plotter;
-using QZM::internal::Span;
-using QZM::internal::WithPixelWriter;
-using QZM::internal::XorRow;
+using namespace QZM::internal;
 
 using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned int&, unsigned int&, QZMPal**,
                         unsigned short&);
@@ -624,7 +613,7 @@ bool QZMImage::Resize(unsigned w, unsigned h) {
 }
 
 bool QZMImage::NewFormat(unsigned w, unsigned h, unsigned bpp) {
-    if (!QZM::internal::IsDepth(bpp)) return false;
+    if (!IsDepth(bpp)) return false;
     if (w == width && h == height && bpp == this->bpp) return true;
     delete[] pixels;
     pixels = nullptr;
