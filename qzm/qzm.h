@@ -38,6 +38,7 @@
 #include <qzm/gfx/RGBA.h>
 #include <qzm/gfx/Rect.h>
 #include <qzm/gfx/SDLMgr.h>
+#include <qzm/gfx/Screen.h>
 #include <qzm/gfx/Timer.h>
 #include <qzm/gfx/Vec3.h>
 #include <qzm/gfx/VideoMode.h>
