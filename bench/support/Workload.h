@@ -2,6 +2,7 @@
 // The inputs the project is measured on next to its peers: a fixed-seed generator, the 3-3-2
 // palette, the keyed sprite, blit positions and primitives on a 640x480 surface, PAK member names,
 // the looping sounds and volumes of the mixing runs.
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <utility>
@@ -62,6 +63,18 @@ inline std::vector<uint8_t> SpriteIndices() {
             idx[y * kSprite + x] = uint8_t(c);
         }
     return idx;
+}
+
+// The sprite's pixel values written into rows of the given pitch, low byte first.
+inline void PutSprite(uint8_t* pixels, size_t pitch, int bpp) {
+    std::vector<uint8_t> indices = SpriteIndices();
+    size_t bytes = size_t((bpp + 7) / 8);
+    for (int y = 0; y < kSprite; ++y)
+        for (int x = 0; x < kSprite; ++x) {
+            uint32_t value = PixelOf(bpp, indices[y * kSprite + x]);
+            for (size_t b = 0; b < bytes; ++b)
+                pixels[y * pitch + x * bytes + b] = uint8_t(value >> (8 * b));
+        }
 }
 
 // 1000 top-left corners with the sprite wholly inside the surface.
