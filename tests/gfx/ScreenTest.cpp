@@ -150,9 +150,9 @@ TEST(ScreenTest, ScreenFormatConvertsEveryDepthToTheDisplay) {
         QZMScreen* screen = Open(w, h, display);
         screen->ReplacePalette(&pal);
         for (unsigned bpp : {8u, 15u, 16u, 24u, 32u}) {
-            QZMImage img(w, h, bpp), want(w, h, display);
+            QZMImage img(w, h, bpp);
             img.SetPalette(&pal, 0, 256);
-            Paint(img), Paint(want);
+            Paint(img);
             QZMImage* out = screen->ScreenFormat(&img);
             ASSERT_NE(out, nullptr);
             if (bpp == display) {
@@ -160,8 +160,16 @@ TEST(ScreenTest, ScreenFormatConvertsEveryDepthToTheDisplay) {
                 continue;
             }
             ASSERT_EQ(out->bpp, display);
-            EXPECT_EQ(std::memcmp(out->pixels, want.pixels, want.pitch * h), 0)
-                << bpp << " to " << display;
+            // Channels to 5 bits: SDL versions fill the low bits of widened channels differently.
+            for (unsigned i = 0; i < w * h; ++i) {
+                Uint32 v = 0;
+                Uint8 r, g, b;
+                std::memcpy(&v, out->pixels + i * out->BytesPerPixel(), out->BytesPerPixel());
+                SDL_GetRGB(v, screen->surface->format, &r, &g, &b);
+                QZMRGBA c = Color(i * 7 % 256);
+                ASSERT_EQ((r | g << 8 | b << 16) & 0xF8F8F8, c.r | c.g << 8 | c.b << 16)
+                    << bpp << " to " << display << ", pixel " << i;
+            }
             // An 8-bit display's colours are read as three-byte triplets, as designed.
             ASSERT_EQ(out->palette != nullptr, display == 8);
             for (unsigned i = 0; out->palette && i < 256; ++i) {
