@@ -45,9 +45,19 @@ bool ShowInColour(QZMScreen& screen, QZMImage& scene, bool window) {
     return true;
 }
 
+// Six levels of each primary. SDL 1.2, classic and sdl12-compat alike, turns true-colour
+// pixels into index 0 on its own default palette, so the display gets this one first.
+void SetColourCube(QZMScreen& screen) {
+    QZMPal cube(216u);
+    for (unsigned i = 0; i < cube.size; i++)
+        cube.entries[i] = {uint8_t(i % 6 * 51), uint8_t(i / 6 % 6 * 51), uint8_t(i / 36 * 51), 0};
+    screen.ReplacePalette(&cube);
+}
+
 // On a palette display the fades work on the colour table alone, the pixels never change.
 bool FadeOnPalette(QZMScreen& screen, QZMImage& scene, bool window) {
     if (!screen.Init(scene.width, scene.height, SDL_SWSURFACE | SDL_HWPALETTE, 8)) return false;
+    SetColourCube(screen);
     if (!Show(screen, scene)) return false;
     QZMPal* colours = screen.GetPalette();
     if (!colours) return false;
