@@ -15,7 +15,8 @@ namespace {
 // Rates are compared by the hundred: 22050 and 22000 count as the same.
 bool SameHundred(int a, int b) { return a / 100 == b / 100; }
 
-// The halvings of ChangeFormat's step 2: rate halved while above target (never past 0).
+// The halvings of ChangeFormat's step 2: unless in the same hundred, rate halved while above
+// target (never past 0).
 unsigned Halvings(int rate, int target) {
     if (SameHundred(rate, target)) return 0;
     unsigned n = 0;
@@ -23,7 +24,8 @@ unsigned Halvings(int rate, int target) {
     return n;
 }
 
-// The doublings of its step 6: rate doubled while below target, as far as an int holds it.
+// The doublings of its step 6: unless in the same hundred, rate doubled while below target, as
+// far as an int holds it.
 unsigned Doublings(int rate, int target) {
     if (SameHundred(rate, target)) return 0;
     unsigned n = 0;
@@ -31,9 +33,37 @@ unsigned Doublings(int rate, int target) {
     return n;
 }
 
+// The steps of a ChangeFormat that change the size.
+struct Resizing {
+    bool toMono, toStereo, toWidth8, toWidth16;
+    unsigned halvings, doublings;
+};
+
+Resizing PlanResizing(const QZMSound& s, int format, int freq, int channels) {
+    Resizing r;
+    r.toMono = s.channels == 2 && channels == 1;
+    r.toStereo = s.channels == 1 && channels == 2;
+    const bool widthDiffers = (s.format & 0xFF) != (format & 0xFF);
+    r.toWidth8 = widthDiffers && (format & 0x10FF) == FORMAT_U8;
+    r.toWidth16 = widthDiffers && ((format & 0x10FF) == FORMAT_U16LSB ||
+                                   (format & 0x10FF) == FORMAT_U16MSB);
+    r.halvings = Halvings(s.freq, freq);
+    r.doublings = Doublings(s.freq >> r.halvings, freq);
+    return r;
+}
+
 // The most a legitimate conversion grows a sound: mono 8-bit at 4000 Hz, the mixer's lowest
 // rate, to stereo 16-bit at its highest, 48000 Hz, which the doublings reach at 64000.
 const uint64_t kDensestConversion = 64;
+
+// False when the conversion would end in a size past 32 bits, or over 64 MiB and more than a
+// legitimate conversion reaches: a malformed rate (1 Hz) doubles the data once per octave.
+bool PlausibleResizing(const Resizing& r, uint32_t size) {
+    uint64_t reached = uint64_t(size) >> (r.toMono + r.halvings + r.toWidth8);
+    reached = reached << (r.toWidth16 + r.doublings + r.toStereo);
+    return reached <= UINT32_MAX &&
+           (reached <= kPlausibleBytes || reached <= size * kDensestConversion);
+}
 
 // Replaces the sound's data by newSize bytes that fill writes from the old data; false, with
 // nothing changed, without data or when the new buffer cannot be had.
@@ -73,12 +103,12 @@ uint32_t QZMSound::MemoryUsed() const { return size + sizeof(QZMSound); }
 bool QZMSound::Load(QZMResFile& f, int format) {
     if (f.state != QZMResFile::ST_OK) return false;
     if (format == SOUND_DETECT) format = DetectSoundFormat(f);
-    using Reader = bool (QZMSound::*)(QZMResFile&);
-    static const Reader kReaders[] = {nullptr, &QZMSound::LoadWAV, &QZMSound::LoadAIFF,
-                                      &QZMSound::LoadAU, &QZMSound::LoadOGG};
     if (format <= SOUND_DETECT || format > SOUND_OGG) return false;
     Clear();
-    const bool ok = (this->*kReaders[format])(f);
+    const bool ok = format == SOUND_WAV    ? LoadWAV(f)
+                    : format == SOUND_AIFF ? LoadAIFF(f)
+                    : format == SOUND_AU   ? LoadAU(f)
+                                           : LoadOGG(f);
     if (!ok) Clear();
     return ok;
 }
@@ -100,35 +130,16 @@ void QZMSound::SetMixerFormat() {
 }
 
 void QZMSound::ChangeFormat(int format, int freq, int channels) {
-    if (!data) return;
-    const bool toMono = this->channels == 2 && channels == 1;
-    const bool toStereo = this->channels == 1 && channels == 2;
-    const bool widthDiffers = (this->format & 0xFF) != (format & 0xFF);
-    const unsigned halvings = this->freq > freq ? Halvings(this->freq, freq) : 0;
-    const int halved = this->freq >> halvings;
-    const unsigned doublings = halved < freq ? Doublings(halved, freq) : 0;
-
-    // The size at the end, known beforehand: a malformed rate (1 Hz) would double the data once
-    // per octave up to the mixer's rate, into gigabytes.
-    uint64_t reached = uint64_t(size) >> (toMono + halvings);
-    if (widthDiffers) reached = (format & 0x10FF) == FORMAT_U8 ? reached / 2 : reached * 2;
-    reached = (reached << doublings) << toStereo;
-    if (reached > UINT32_MAX || (reached > kPlausibleBytes && reached > size * kDensestConversion))
-        return;
-
-    if (toMono) ConvMono();
-    for (unsigned i = 0; i < halvings; i++) ConvFreqDIV2();
+    const Resizing r = PlanResizing(*this, format, freq, channels);
+    if (!data || !PlausibleResizing(r, size)) return;
+    if (r.toMono) ConvMono();
+    for (unsigned i = 0; i < r.halvings; i++) ConvFreqDIV2();
     if (((this->format ^ format) & FORMAT_BIG_ENDIAN) && (this->format & 0xFF) != 8) ConvEndian();
     if ((this->format ^ format) & FORMAT_SIGNED) ConvSign();
-    if (widthDiffers) {
-        switch (format & 0x10FF) {
-        case FORMAT_U8: Conv16to8(); break;
-        case FORMAT_U16LSB: Conv8to16L(); break;
-        case FORMAT_U16MSB: Conv8to16B(); break;
-        }
-    }
-    for (unsigned i = 0; i < doublings; i++) ConvFreqMUL2();
-    if (toStereo) ConvStereo();
+    if (r.toWidth8) Conv16to8();
+    if (r.toWidth16) (format & FORMAT_BIG_ENDIAN) ? Conv8to16B() : Conv8to16L();
+    for (unsigned i = 0; i < r.doublings; i++) ConvFreqMUL2();
+    if (r.toStereo) ConvStereo();
 }
 
 void QZMSound::ConvEndian() {

@@ -347,6 +347,10 @@ TEST(SoundTest, ConversionStepsAndChains) {
     s.ChangeFormat(0x9010, 8000, 2); // down to 5512, then doubled back
     EXPECT_EQ(s.freq, 11024);
     EXPECT_EQ(s.size, 4000u);
+    s.freq = 44100;
+    s.ChangeFormat(0x9010, 22000, 2); // the hundreds are compared before halving only
+    EXPECT_EQ(s.freq, 22050);
+    EXPECT_EQ(s.size, 2000u);
 
     // A rate of 0 never converges, and one of 1 Hz would grow 2 KiB into 128 MiB.
     for (int rate : {0, 1}) {

@@ -60,13 +60,8 @@ unsigned int IEEE754_u32(unsigned char* b) {
 
 bool ReadAiffLayout(QZMResFile& f, AiffLayout& layout) {
     layout = AiffLayout();
-    if (!Readable(f)) return false;
-    const uint32_t form = f.Read32();
-    f.ReadBE32();
-    if (form != FourCC("FORM") || f.Read32() != FourCC("AIFF")) {
-        QZM::WARN("Sound: not a valid AIFF file %s\n", NameOf(f));
+    if (!ReadFormHeader(f, FourCC("FORM"), FourCC("AIFF"), "Sound: not a valid AIFF file %s\n"))
         return false;
-    }
     bool comm = false, ssnd = false;
     while (!(comm && ssnd) && !f.Eof()) {
         uint8_t header[8];

@@ -66,10 +66,20 @@ namespace {
 // The densest Vorbis: a packet of one byte can stand for a whole long block of 4096 frames.
 const uint64_t kFramesPerStreamByte = 4096;
 
+// The bytes the whole stream decodes to, false when they do not fit in 32 bits or the stream
+// could not hold them.
+bool PcmBytes(OggVorbis_File& vf, QZMResFile& f, uint32_t frameBytes, uint32_t& bytes) {
+    const ogg_int64_t frames = ov_pcm_total(&vf, -1);
+    if (frames < 0 || (frameBytes != 0 && uint64_t(frames) > UINT32_MAX / frameBytes)) return false;
+    bytes = uint32_t(uint64_t(frames) * frameBytes);
+    return PlausibleAllocation(f, bytes, kFramesPerStreamByte * frameBytes);
+}
+
 // Decodes into buf until it is full, the stream ends, or a later logical bitstream changes the
-// rate or the channel count; -1 on a decoding error.
-int64_t DecodeInto(OggVorbis_File& vf, uint8_t* buf, uint32_t size, const OggSampleLayout& layout,
-                   long rate, int channels) {
+// rate or the channel count; false on a decoding error. A stream shorter than announced leaves
+// zeros rather than stale memory.
+bool DecodeInto(OggVorbis_File& vf, uint8_t* buf, uint32_t size, const OggSampleLayout& layout,
+                long rate, int channels) {
     uint32_t filled = 0;
     int first = -1;
     while (filled < size) {
@@ -79,7 +89,7 @@ int64_t DecodeInto(OggVorbis_File& vf, uint8_t* buf, uint32_t size, const OggSam
                                  room > INT_MAX ? INT_MAX : int(room), layout.bigEndian,
                                  layout.word, layout.isSigned, &bitstream);
         if (got == 0) break;
-        if (got < 0) return -1;
+        if (got < 0) return false;
         filled += uint32_t(got);
         if (first < 0) {
             first = bitstream;
@@ -88,7 +98,8 @@ int64_t DecodeInto(OggVorbis_File& vf, uint8_t* buf, uint32_t size, const OggSam
             if (!info || info->rate != rate || info->channels != channels) break;
         }
     }
-    return filled;
+    memset(buf + filled, 0, size - filled);
+    return true;
 }
 
 } // namespace
@@ -97,24 +108,14 @@ bool QZMSound::LoadOGG(QZMResFile& f) {
     OggVorbis_File vf;
     if (!OpenOgg(f, vf)) return false;
     const vorbis_info* info = ov_info(&vf, -1);
-    const ogg_int64_t frames = ov_pcm_total(&vf, -1);
     format = OggOutputFormat();
     const OggSampleLayout layout = OggLayoutOf(format);
-    const uint64_t frameBytes = info ? uint64_t(layout.word) * uint32_t(info->channels) : 0;
-    bool ok = info && frames >= 0 &&
-              (frameBytes == 0 || uint64_t(frames) <= UINT32_MAX / frameBytes) &&
-              PlausibleAllocation(f, uint64_t(frames) * frameBytes,
-                                  kFramesPerStreamByte * frameBytes);
+    bool ok = info && PcmBytes(vf, f, uint32_t(layout.word) * uint32_t(info->channels), size);
     if (ok) {
         freq = int(info->rate);
         channels = info->channels;
-        size = uint32_t(uint64_t(frames) * frameBytes);
         data = new (std::nothrow) uint8_t[size];
-        const int64_t filled =
-            data ? DecodeInto(vf, data, size, layout, info->rate, info->channels) : -1;
-        ok = filled >= 0;
-        // A shorter stream than announced leaves zeros rather than stale memory.
-        if (ok) memset(data + filled, 0, size_t(size - filled));
+        ok = data && DecodeInto(vf, data, size, layout, info->rate, info->channels);
     }
     ov_clear(&vf);
     if (!ok) Clear();

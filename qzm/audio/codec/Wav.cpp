@@ -16,24 +16,6 @@
 
 namespace QZM::internal {
 
-bool Readable(QZMResFile& f) {
-    if (f.mode & QZMResFile::READ) return true;
-    QZM::WARN("Sound: bad file %s\n", NameOf(f));
-    return false;
-}
-
-int DetectSoundFormat(QZMResFile& f) {
-    const uint32_t magic = f.Read32();
-    f.SeekStart();
-    switch (magic) {
-    case FourCC("RIFF"): return SOUND_WAV;
-    case FourCC("FORM"): return SOUND_AIFF;
-    case FourCC(".snd"): return SOUND_AU;
-    case FourCC("OggS"): return SOUND_OGG;
-    default: return SOUND_DETECT;
-    }
-}
-
 bool FindChunk(QZMResFile& f, ChunkDef& def) {
     f.Seek(12, 0);
     while (!f.Eof()) {
@@ -54,13 +36,8 @@ bool FindChunk(QZMResFile& f, ChunkDef& def) {
 }
 
 bool ReadWavFormat(QZMResFile& f, WavFormat& fmt) {
-    if (!Readable(f)) return false;
-    const uint32_t riff = f.Read32();
-    f.Read32();
-    if (riff != FourCC("RIFF") || f.Read32() != FourCC("WAVE")) {
-        QZM::WARN("Sound: bad file type (not WAV) (%s)\n", NameOf(f));
+    if (!ReadFormHeader(f, FourCC("RIFF"), FourCC("WAVE"), "Sound: bad file type (not WAV) (%s)\n"))
         return false;
-    }
     ChunkDef def = {FourCC("fmt "), 0, 0};
     if (!FindChunk(f, def)) {
         QZM::WARN("Sound: internal error\n");

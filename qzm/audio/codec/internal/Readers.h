@@ -26,6 +26,10 @@ bool Readable(QZMResFile& f);
 /// The Load code for the stream's first four bytes, 0 when none matches; back at the start.
 int DetectSoundFormat(QZMResFile& f);
 
+/// Reads a container's first 12 bytes: its id, a size (ignored), its form. When they are not
+/// `outer` and `form`, logs `message` with the stream's name and gives false.
+bool ReadFormHeader(QZMResFile& f, uint32_t outer, uint32_t form, const char* message);
+
 /// The chunk search record of FindChunk: the id sought; the size and body position found.
 struct ChunkDef {
     uint32_t id;
