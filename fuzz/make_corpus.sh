@@ -1,12 +1,14 @@
 #!/bin/sh
-# Rebuilds the seed corpora in fuzz/corpus/ from the test fixtures, a run of the demo (which
-# writes fonts, images, archives, language, score and configuration files) and a few small
-# files written here. Usage: fuzz/make_corpus.sh BUILD_DIR (a build with the demo and tools).
+# Rebuilds the seed corpora in fuzz/corpus/ from the test fixtures (images and sounds), a run of
+# the demo (which writes fonts, images, archives, language, score and configuration files) and
+# a few small files written here. Usage: fuzz/make_corpus.sh BUILD_DIR (a build with the demo
+# and tools).
 set -eu
 src=$(cd "$(dirname "$0")/.." && pwd)
 build=$(cd "$1" && pwd)
 corpus="$src/fuzz/corpus"
 gfx="$src/tests/data/gfx"
+audio="$src/tests/data/audio"
 run=$(mktemp -d)
 trap 'rm -rf "$run"' EXIT
 
@@ -24,6 +26,12 @@ seed image_detect "$gfx/bmp8_rle.bmp" "$gfx/pcx8_runs.pcx" "$gfx/gif_transparent
 seed font "$run/demo_assets/font.qzmf"
 seed font_v1 "$run/demo_assets/font.qzmf"
 seed data "$run/demo.cfg" "$run/demo.scores" "$run/lang/en.lng" "$run/lang/fr.lng"
+seed sound_wav "$audio"/*.wav
+seed sound_aiff "$audio"/*.aiff
+seed sound_au "$audio"/*.au
+seed sound_ogg "$audio"/*.ogg
+seed sound_detect "$audio/pcm8_mono.wav" "$audio/msadpcm_stereo.wav" "$audio/aiff8_mono.aiff" \
+    "$audio/au16_to_end.au" "$audio/vorbis_stereo.ogg"
 python3 "$src/fuzz/make_short_gfx_seeds.py" "$corpus"
 
 mkdir -p "$corpus/palette" "$corpus/archive_qzm" "$corpus/archive_pak"

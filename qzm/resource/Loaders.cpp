@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include <qzm/audio/Sound.h>
 #include <qzm/data/Text.h>
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
@@ -43,9 +44,8 @@ QZMResource* load_text(QZMResFile* file, const char*, int format, bool& keepFile
     return LoadInto(new (std::nothrow) QZMText(0), file, format, false, keepFile);
 }
 
-// Slot for a default QZMSound.
 QZMResource* load_sound(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) QZMSound, file, format, false, keepFile);
 }
 
 // Slot for a default QZMMusic, which keeps decoding from its stream while it plays and so
