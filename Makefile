@@ -1,15 +1,17 @@
 # Front door: every target installs what is missing first.
 BUILD    ?= build
 SAN_BUILD ?= build-sanitize
+TSAN_BUILD ?= build-tsan
 BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 30
+SDL12_COMPAT = $(abspath $(BUILD))/sdl12-compat
 PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sanitize bench fuzz install clean
+.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan bench fuzz install clean
 
 all: build
 
@@ -26,11 +28,25 @@ demo: build
 test: build
 	cd $(BUILD) && $(CTEST)
 
+# The SDL tests again on sdl12-compat (SDL 1.2 over SDL2), unpacked into the build tree;
+# ldd shows that its libSDL is the one loaded.
+test-sdl12-compat: build
+	sh scripts/sdl12-compat.sh $(SDL12_COMPAT)
+	LD_LIBRARY_PATH=$(SDL12_COMPAT)/lib ldd $(BUILD)/libqzm.so | grep -F '$(SDL12_COMPAT)/lib/libSDL-1.2.so.0'
+	cd $(BUILD) && LD_LIBRARY_PATH=$(SDL12_COMPAT)/lib $(CTEST) -L sdl
+
 test-sanitize: deps
 	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DQZM_SANITIZE=ON -DQZM_BUILD_EXAMPLES=OFF
 	cmake --build $(SAN_BUILD) -j$(JOBS)
 	cd $(SAN_BUILD) && ASAN_OPTIONS=halt_on_error=1:detect_leaks=1 \
 		UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 $(CTEST)
+
+# The mixer's tests under ThreadSanitizer: the game's thread against SDL's audio thread.
+test-tsan: deps
+	cmake -S . -B $(TSAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQZM_TSAN=ON \
+		-DQZM_BUILD_EXAMPLES=OFF -DQZM_BUILD_TOOLS=OFF
+	cmake --build $(TSAN_BUILD) --target qzm_mixer_tests -j$(JOBS)
+	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 $(CTEST) -R '^Mixer'
 
 bench:
 	@sh scripts/install-deps.sh bench
@@ -51,4 +67,4 @@ install: build
 	-[ "$$(id -u)" -eq 0 ] && ldconfig
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) build-bench-* $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) build-bench-* $(FUZZ_BUILD)

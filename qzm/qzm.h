@@ -32,12 +32,16 @@
 
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
+#include <qzm/gfx/Input.h>
 #include <qzm/gfx/Pal.h>
 #include <qzm/gfx/Point.h>
 #include <qzm/gfx/RGBA.h>
 #include <qzm/gfx/Rect.h>
 #include <qzm/gfx/SDLMgr.h>
+#include <qzm/gfx/Screen.h>
+#include <qzm/gfx/Timer.h>
 #include <qzm/gfx/Vec3.h>
+#include <qzm/gfx/VideoMode.h>
 #include <qzm/gfx/codec/Codecs.h>
 
 #include <qzm/audio/Mixer.h>

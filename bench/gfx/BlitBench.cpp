@@ -26,17 +26,6 @@ size_t SurfaceBytes(int bpp) {
     return size_t(kSurfaceW) * kSurfaceH * size_t((bpp + 7) / 8);
 }
 
-void PutSprite(uint8_t* pixels, size_t pitch, int bpp) {
-    std::vector<uint8_t> indices = bench::SpriteIndices();
-    size_t bytes = size_t((bpp + 7) / 8);
-    for (int y = 0; y < kSprite; ++y)
-        for (int x = 0; x < kSprite; ++x) {
-            uint32_t value = bench::PixelOf(bpp, indices[y * kSprite + x]);
-            for (size_t b = 0; b < bytes; ++b)
-                pixels[y * pitch + x * bytes + b] = uint8_t(value >> (8 * b));
-        }
-}
-
 // One batch of 1000 sprites per iteration; fill() untimed before every tenth.
 template <class Fill, class Batch>
 void RunBatches(benchmark::State& state, Fill fill, Batch batch) {
@@ -54,7 +43,7 @@ void RunBatches(benchmark::State& state, Fill fill, Batch batch) {
 
 void QzmBlits(benchmark::State& state, int bpp, bool keyed) {
     QZMImage dst(kSurfaceW, kSurfaceH, unsigned(bpp)), sprite(kSprite, kSprite, unsigned(bpp));
-    PutSprite(sprite.pixels, sprite.pitch, bpp);
+    bench::PutSprite(sprite.pixels, sprite.pitch, bpp);
     unsigned key = bench::PixelOf(bpp, bench::kKeyIndex);
     unsigned background = bench::PixelOf(bpp, bench::kBackgroundIndex);
     std::vector<std::pair<int, int>> at = bench::BlitPositions();
@@ -76,7 +65,7 @@ void SdlBlits(benchmark::State& state, int bpp, Uint32 keyFlags) {
     SDL_Surface* dst = bench::SdlSurface(kSurfaceW, kSurfaceH, bpp);
     SDL_Surface* sprite = bench::SdlSurface(kSprite, kSprite, bpp);
     if (!dst || !sprite) return state.SkipWithError("SDL_CreateRGBSurface failed");
-    PutSprite(static_cast<uint8_t*>(sprite->pixels), sprite->pitch, bpp);
+    bench::PutSprite(static_cast<uint8_t*>(sprite->pixels), sprite->pitch, bpp);
     if (keyFlags) SDL_SetColorKey(sprite, keyFlags, bench::PixelOf(bpp, bench::kKeyIndex));
     std::vector<std::pair<int, int>> at = bench::BlitPositions();
     auto blit = [&](const std::pair<int, int>& p) {

@@ -33,13 +33,6 @@ size_t ImageBytes(unsigned bpp) {
 
 enum Lib { kQzm, kSdlGfx, kMemset };
 
-// SDL_gfx takes the palette colour as opaque RGBA: alpha 255 is a plain write.
-Uint32 GfxColor(int index) {
-    int r, g, b;
-    bench::Pal332(index, r, g, b);
-    return Uint32(r) << 24 | Uint32(g) << 16 | Uint32(b) << 8 | 0xFF;
-}
-
 void BM_Fill(benchmark::State& state, Lib lib) {
     int bpp = int(state.range(0));
     Uint32 pixel = bench::PixelOf(bpp, kFillIndex);
@@ -94,7 +87,7 @@ void DrawPrims(benchmark::State& state, bench::PrimKind kind, Lib lib) {
     const std::vector<bench::Prim> prims = bench::Prims(kind);
     std::vector<Uint32> colors;
     for (const bench::Prim& p : prims)
-        colors.push_back(lib == kSdlGfx ? GfxColor(p.c) : bench::PixelOf(bpp, p.c));
+        colors.push_back(lib == kSdlGfx ? bench::GfxColor(p.c) : bench::PixelOf(bpp, p.c));
     QZMImage img(kWidth, kHeight, unsigned(bpp));
     img.Rectangle(0, 0, kWidth, kHeight, bench::PixelOf(bpp, bench::kBackgroundIndex));
     SDL_Surface* surface =

@@ -24,4 +24,11 @@ inline SDL_Surface* SdlSurface(int w, int h, int bpp) {
     return s;
 }
 
+// SDL_gfx takes the palette colour as opaque RGBA: alpha 255 is a plain write.
+inline Uint32 GfxColor(int index) {
+    int r, g, b;
+    Pal332(index, r, g, b);
+    return Uint32(r) << 24 | Uint32(g) << 16 | Uint32(b) << 8 | 0xFF;
+}
+
 } // namespace bench

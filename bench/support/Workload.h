@@ -1,6 +1,8 @@
 #pragma once
 // The inputs the project is measured on next to its peers: a fixed-seed generator, the 3-3-2
-// palette, the keyed sprite, blit positions and primitives on a 640x480 surface, PAK member names.
+// palette, the keyed sprite, blit positions and primitives on a 640x480 surface, PAK member names,
+// the looping sounds and volumes of the mixing runs.
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <utility>
@@ -63,6 +65,18 @@ inline std::vector<uint8_t> SpriteIndices() {
     return idx;
 }
 
+// The sprite's pixel values written into rows of the given pitch, low byte first.
+inline void PutSprite(uint8_t* pixels, size_t pitch, int bpp) {
+    std::vector<uint8_t> indices = SpriteIndices();
+    size_t bytes = size_t((bpp + 7) / 8);
+    for (int y = 0; y < kSprite; ++y)
+        for (int x = 0; x < kSprite; ++x) {
+            uint32_t value = PixelOf(bpp, indices[y * kSprite + x]);
+            for (size_t b = 0; b < bytes; ++b)
+                pixels[y * pitch + x * bytes + b] = uint8_t(value >> (8 * b));
+        }
+}
+
 // 1000 top-left corners with the sprite wholly inside the surface.
 inline std::vector<std::pair<int, int>> BlitPositions() {
     Rng r(0xB1B1B1B1ull);
@@ -117,6 +131,46 @@ inline std::vector<int> PakLookupOrder(int n) {
     for (int k = 0; k < n; k++) order[k] = k;
     for (int k = n - 1; k > 0; k--) std::swap(order[k], order[r.Range(0, k)]);
     return order;
+}
+
+// Mixing runs: 2584 callbacks of 1024 stereo S16 frames at 44100 Hz, 60 s of output.
+const int kMixFreq = 44100;
+const int kMixCallbackBytes = 4096;
+const int kMixCallbacks = 2584;
+
+// Parabolic sine, one period over the 32-bit phase, -32767..32767.
+inline int PSine(uint32_t phase) {
+    int32_t x = int32_t(phase >> 16) - 32768;
+    int32_t ax = x < 0 ? -x : x;
+    int32_t y = int32_t((int64_t(x) * (32768 - ax)) / 8192);
+    return y > 32767 ? 32767 : y < -32767 ? -32767 : y;
+}
+
+inline uint32_t MixFrames(int i) { return 30000u + 2311u * uint32_t(i); }
+
+// Volume of channel i, 16..128.
+inline int MixVolume(int i) {
+    Rng r(0xC0FFEE00ull + uint64_t(i));
+    return r.Range(16, 128);
+}
+
+// Channel i's sound: interleaved left, right samples of two noisy sines.
+inline std::vector<int16_t> MixSound(int i) {
+    Rng r(0x5EED0000ull + uint64_t(i));
+    uint32_t left = 0, right = 0x40000000u;
+    uint32_t stepLeft = uint32_t((uint64_t(r.Range(110, 1760)) << 32) / kMixFreq);
+    uint32_t stepRight = stepLeft + uint32_t(r.Range(0, 1 << 20));
+    int amp = r.Range(2000, 5000);
+    std::vector<int16_t> s(2 * size_t(MixFrames(i)));
+    for (size_t f = 0; f < s.size(); f += 2) {
+        int noiseLeft = r.Range(-256, 255);
+        int noiseRight = r.Range(-256, 255);
+        s[f] = int16_t(PSine(left) * amp / 32768 + noiseLeft);
+        s[f + 1] = int16_t(PSine(right) * amp / 32768 + noiseRight);
+        left += stepLeft;
+        right += stepRight;
+    }
+    return s;
 }
 
 } // namespace bench

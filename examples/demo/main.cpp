@@ -1,15 +1,18 @@
 // The qzm demo: it shows the library's version, carries a string table through the three
 // kinds of stream a game loads from, and packs its data into an archive that it loads back
-// through the resource manager, renders a scene with a font and a sprite it made, and keeps
-// its settings, texts in two languages and a high-score table.
+// through the resource manager, renders a scene with a font and a sprite it made, then
+// shows the scene on screen, and keeps its settings, texts in two languages and a high-score
+// table. It runs headless (SDL's dummy video driver) unless given --window.
 #include <qzm/qzm.h>
 
 #include "ArchiveDemo.h"
 #include "DataDemo.h"
 #include "SceneDemo.h"
+#include "ScreenDemo.h"
 #include "Tables.h"
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -54,9 +57,24 @@ bool ThroughByteRange(QZMText& table) {
     return SameStrings(table, back);
 }
 
+// Takes --window out of the arguments, which are otherwise settings options.
+bool TakeWindowOption(int& argc, char** argv) {
+    int kept = 1;
+    bool window = false;
+    for (int i = 1; i < argc; i++) {
+        if (strcmp(argv[i], "--window") == 0)
+            window = true;
+        else
+            argv[kept++] = argv[i];
+    }
+    argc = kept;
+    return window;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    bool window = TakeWindowOption(argc, argv);
     printf("qzm %s (version code %u)\n", QZM::Versiont(), QZM::Versioni());
 
     QZMText table(1);
@@ -64,7 +82,7 @@ int main(int argc, char** argv) {
     ShowTable("original", table);
 
     bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
-              RunArchiveDemo(table) && RunSceneDemo() && RunDataDemo(argc, argv);
+              RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) && RunDataDemo(argc, argv);
     printf("%s\n", ok ? "every step worked" : "a step failed");
     return ok ? 0 : 1;
 }

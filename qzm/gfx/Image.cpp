@@ -4,24 +4,19 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <cwchar>
 #include <new>
 #include <utility>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 #include <qzm/core/Log.h>
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/codec/Codecs.h>
-#include <qzm/gfx/internal/ByteOrder.h>
 #include <qzm/gfx/internal/GlyphSheet.h>
+#include <qzm/gfx/internal/PixelBlocks.h>
+#include <qzm/gfx/internal/PixelRows.h>
 
 namespace {
 
-using QZM::internal::StoreLE16;
-using QZM::internal::StoreLE32;
+using namespace QZM::internal;
 
 using Loader = bool (*)(QZMResFile&, unsigned char**, unsigned int&, unsigned int&, QZMPal**,
                         unsigned short&);
@@ -47,179 +42,19 @@ const int kSavePCX = 2;
 const int kSaveTGARLE = 5;
 
 // The clipping rectangle bounded by the image, so that fields set by hand never let a write out.
-struct Box {
-    int64_t x1, y1, x2, y2;
-
-    bool Contains(int64_t x, int64_t y) const { return x >= x1 && x <= x2 && y >= y1 && y <= y2; }
-    bool Meets(int64_t left, int64_t top, int64_t right, int64_t bottom) const {
-        return right >= x1 && left <= x2 && bottom >= y1 && top <= y2;
-    }
-};
-
 inline Box ClipBox(const QZMImage& img) {
     return Box{std::max<int64_t>(img.clipX1, 0), std::max<int64_t>(img.clipY1, 0),
                std::min<int64_t>(img.clipX2, int64_t(img.width) - 1),
                std::min<int64_t>(img.clipY2, int64_t(img.height) - 1)};
 }
 
-// Clips the run start .. start + len - 1 to [lo, hi]; false when nothing is left.
-bool ClipRun(int64_t start, int64_t len, int64_t lo, int64_t hi, int64_t& from, int64_t& count) {
-    from = std::max(start, lo);
-    count = std::min(start + len - 1, hi) - from + 1;
-    return count > 0;
-}
-
-// One axis of a block transfer: the destination to [lo, hi], the source to [0, srcSize).
-bool ClipBlockAxis(int64_t& to, int64_t& from, int64_t& len, int64_t lo, int64_t hi,
-                   int64_t srcSize) {
-    if (to < lo) {
-        len -= lo - to;
-        from += lo - to;
-        to = lo;
-    }
-    if (from + len > srcSize) len = srcSize - from;
-    if (to + len - 1 > hi) len = hi - to + 1;
-    return len > 0;
+inline Plane PlaneOf(const QZMImage& img) {
+    return Plane{img.pixels, img.pitch, img.width, img.height, img.bpp, ClipBox(img)};
 }
 
 uint8_t* AllocPixels(uint64_t bytes) {
     if (bytes > 0xFFFFFFFFu || bytes > SIZE_MAX) return nullptr;
     return new (std::nothrow) uint8_t[static_cast<size_t>(bytes)];
-}
-
-bool IsDepth(unsigned bpp) {
-    return bpp == 8 || bpp == 15 || bpp == 16 || bpp == 24 || bpp == 32;
-}
-
-// The colour's bytes in put order, as a native word whatever the host's byte order.
-template <class Word> Word PatternWord(unsigned color, unsigned pixelBytes) {
-    uint8_t bytes[sizeof(Word)];
-    for (unsigned i = 0; i < sizeof(Word); ++i)
-        bytes[i] = static_cast<uint8_t>(color >> (8 * (i % pixelBytes)));
-    Word word;
-    std::memcpy(&word, bytes, sizeof(Word));
-    return word;
-}
-
-// wmemset is the C library's tuned 32-bit fill; rows of 4-byte multiples are 4-byte aligned.
-void Fill32(uint8_t* row, size_t words, uint32_t word) {
-    if constexpr (sizeof(wchar_t) == 4) {
-        wchar_t wide;
-        std::memcpy(&wide, &word, 4);
-        std::wmemset(reinterpret_cast<wchar_t*>(row), wide, words);
-    } else {
-        for (size_t i = 0; i < words; ++i) std::memcpy(row + 4 * i, &word, 4);
-    }
-}
-
-// Two pixels per 32-bit word once the row is word aligned.
-void Fill16(uint8_t* row, unsigned count, unsigned color) {
-    uint16_t half = PatternWord<uint16_t>(color, 2);
-    if (count && reinterpret_cast<uintptr_t>(row) % 4) {
-        std::memcpy(row, &half, 2);
-        row += 2;
-        --count;
-    }
-    Fill32(row, count / 2, PatternWord<uint32_t>(color, 2));
-    if (count % 2) std::memcpy(row + 2 * (count - 1), &half, 2);
-}
-
-// A 24-bit colour repeated, in pieces that may start at any byte: the piece for byte o of a run
-// of whole pixels has phase o % 3. SSE2 stores 16 bytes at a time, other targets 8. A piece of
-// phase 1 or 2 is the pattern shifted by that many bytes, the gap at its end filled from a copy
-// shifted the other way by the rest of the 3-byte period.
-#ifdef __SSE2__
-struct Pattern24 {
-    static const size_t kSize = 16;
-    __m128i piece[3];
-
-    explicit Pattern24(unsigned color) {
-        __m128i bytes = _mm_cvtsi32_si128(int(color & 0xFFFFFFu));
-        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 3));
-        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 6));
-        bytes = _mm_or_si128(bytes, _mm_slli_si128(bytes, 12));
-        piece[0] = bytes;
-        piece[1] = _mm_or_si128(_mm_srli_si128(bytes, 1), _mm_slli_si128(bytes, 2));
-        piece[2] = _mm_or_si128(_mm_srli_si128(bytes, 2), _mm_slli_si128(bytes, 1));
-    }
-    void Store(uint8_t* at, unsigned phase) const {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(at), piece[phase]);
-    }
-};
-#else
-struct Pattern24 {
-    static const size_t kSize = 8;
-    uint64_t piece[3]; // the first byte lowest
-
-    explicit Pattern24(unsigned color) {
-        uint64_t bytes = uint64_t(color & 0xFFFFFFu) * 0x0001000001000001u;
-        piece[0] = bytes;
-        piece[1] = bytes >> 8 | bytes << 16;
-        piece[2] = bytes >> 16 | bytes << 8;
-    }
-    void Store(uint8_t* at, unsigned phase) const {
-        StoreLE32(at, uint32_t(piece[phase]));
-        StoreLE32(at + 4, uint32_t(piece[phase] >> 32));
-    }
-};
-#endif
-
-void Put24(uint8_t* at, unsigned color) {
-    at[0] = static_cast<uint8_t>(color);
-    at[1] = static_cast<uint8_t>(color >> 8);
-    at[2] = static_cast<uint8_t>(color >> 16);
-}
-
-void Fill24(uint8_t* row, unsigned count, unsigned color) {
-    const size_t size = Pattern24::kSize, group = 3 * size;
-    size_t bytes = size_t(count) * 3;
-    if (bytes < size) {
-        for (size_t i = 0; i < bytes; i += 3) Put24(row + i, color);
-        return;
-    }
-    Pattern24 pattern(color);
-    // A run ends on a whole pixel, so a piece that ends with it has the phase of -size.
-    const unsigned lastPhase = (3 - size % 3) % 3;
-    if (bytes < group) {
-        pattern.Store(row, 0);
-        if (bytes > 2 * size) pattern.Store(row + size, size % 3);
-        pattern.Store(row + bytes - size, lastPhase);
-        return;
-    }
-    // Groups of three pieces cover whole pixels; the last group may overlap the one before.
-    auto storeGroup = [&pattern](uint8_t* at) {
-        pattern.Store(at, 0);
-        pattern.Store(at + size, size % 3);
-        pattern.Store(at + 2 * size, 2 * size % 3);
-    };
-    for (size_t at = 0; at + group < bytes; at += group) storeGroup(row + at);
-    storeGroup(row + bytes - group);
-}
-
-// Put rule over count pixels.
-void FillRow(const QZMImage& img, uint8_t* row, unsigned count, unsigned color) {
-    if (img.bpp == 8 || color == 0) {
-        std::memset(row, color & 0xFF, size_t(count) * img.BytesPerPixel());
-        return;
-    }
-    switch (img.bpp) {
-    case 15:
-    case 16: Fill16(row, count, color); break;
-    case 24: Fill24(row, count, color); break;
-    case 32: Fill32(row, count, PatternWord<uint32_t>(color, 4)); break;
-    }
-}
-
-// Xor rule over count pixels: a real xor at 8 bits, a complement of every byte elsewhere.
-void XorRow(const QZMImage& img, uint8_t* row, unsigned count, unsigned color) {
-    if (img.bpp == 8) {
-        uint8_t key = static_cast<uint8_t>(color);
-        for (unsigned i = 0; i < count; ++i) row[i] ^= key;
-        return;
-    }
-    if (!IsDepth(img.bpp)) return;
-    size_t bytes = size_t(count) * img.BytesPerPixel();
-    for (size_t i = 0; i < bytes; ++i) row[i] = static_cast<uint8_t>(~row[i]);
 }
 
 void DrawRows(QZMImage& img, int64_t x, int64_t y, int64_t w, int64_t h, unsigned color,
@@ -232,89 +67,10 @@ void DrawRows(QZMImage& img, int64_t x, int64_t y, int64_t w, int64_t h, unsigne
     }
     for (int64_t i = 0; i < h; ++i, row += img.pitch) {
         if (mode)
-            XorRow(img, row, unsigned(w), color);
+            XorRow(img.bpp, row, unsigned(w), color);
         else
-            FillRow(img, row, unsigned(w), color);
+            FillRow(img.bpp, row, unsigned(w), color);
     }
-}
-
-// A horizontal run in 64-bit coordinates, so that circle spans never overflow.
-void Span(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
-          QZMImage::DrawMode mode) {
-    if (!img.pixels) return;
-    Box box = ClipBox(img);
-    int64_t from, count;
-    if (y < box.y1 || y > box.y2 || !ClipRun(x, len, box.x1, box.x2, from, count)) return;
-    uint8_t* row = img.pixels + y * img.pitch + from * img.BytesPerPixel();
-    if (mode)
-        XorRow(img, row, unsigned(count), color);
-    else
-        FillRow(img, row, unsigned(count), color);
-}
-
-// Calls draw once with the pixel writer of the image's depth and the mode, so that loops over
-// many pixels choose it once; unknown depths draw nothing.
-template <class Draw>
-void WithPixelWriter(const QZMImage& img, unsigned color, QZMImage::DrawMode mode, Draw draw) {
-    auto complement16 = [](uint8_t* at) {
-        uint16_t word;
-        std::memcpy(&word, at, 2);
-        word = uint16_t(~word);
-        std::memcpy(at, &word, 2);
-    };
-    switch (img.bpp) {
-    case 8:
-        if (mode) draw([key = uint8_t(color)](uint8_t* at) { *at ^= key; });
-        else draw([value = uint8_t(color)](uint8_t* at) { *at = value; });
-        break;
-    case 15:
-    case 16:
-        if (mode) draw(complement16);
-        else draw([color](uint8_t* at) { StoreLE16(at, color); });
-        break;
-    case 24:
-        if (mode) draw([complement16](uint8_t* at) {
-            complement16(at);
-            at[2] = uint8_t(~at[2]);
-        });
-        else draw([color](uint8_t* at) { Put24(at, color); });
-        break;
-    case 32:
-        if (mode) draw([](uint8_t* at) {
-            uint32_t word;
-            std::memcpy(&word, at, 4);
-            word = ~word;
-            std::memcpy(at, &word, 4);
-        });
-        else draw([color](uint8_t* at) { StoreLE32(at, color); });
-        break;
-    }
-}
-
-// Plots single points; the per-point test is dropped when the whole figure is inside.
-template <class Pixel> struct Plotter {
-    const QZMImage& img;
-    Box box;
-    bool check;
-    Pixel pixel;
-
-    void operator()(int64_t x, int64_t y) const {
-        if (check && !box.Contains(x, y)) return;
-        pixel(img.pixels + size_t(y) * img.pitch + size_t(x) * img.BytesPerPixel());
-    }
-};
-
-// The vertical counterpart of Span.
-void Column(QZMImage& img, int64_t x, int64_t y, int64_t len, unsigned color,
-            QZMImage::DrawMode mode) {
-    if (!img.pixels) return;
-    Box box = ClipBox(img);
-    int64_t from, count;
-    if (x < box.x1 || x > box.x2 || !ClipRun(y, len, box.y1, box.y2, from, count)) return;
-    WithPixelWriter(img, color, mode, [&](auto pixel) {
-        Plotter<decltype(pixel)> plot{img, box, false, pixel};
-        for (int64_t i = 0; i < count; ++i) plot(x, from + i);
-    });
 }
 
 // One axis of a line: its first coordinate, its direction (+1 or -1), the number of places it
@@ -693,11 +449,11 @@ uint32_t QZMImage::GetPixel(int x, int y) const {
 }
 
 void QZMImage::HLine(int x, int y, unsigned len, unsigned color, DrawMode mode) {
-    Span(*this, x, y, len, color, mode);
+    Span(PlaneOf(*this), x, y, len, color, mode);
 }
 
 void QZMImage::VLine(int x, int y, unsigned len, unsigned color, DrawMode mode) {
-    Column(*this, x, y, len, color, mode);
+    Column(PlaneOf(*this), x, y, len, color, mode);
 }
 
 void QZMImage::Line(int x1, int y1, int x2, int y2, unsigned color, DrawMode mode) {
@@ -712,18 +468,12 @@ void QZMImage::Line(int x1, int y1, int x2, int y2, unsigned color, DrawMode mod
     const LineAxis& minor = axes[!steep];
     uint64_t first, last;
     if (!VisibleSteps(major, minor, first, last)) return;
-    WithPixelWriter(*this, color, mode,
+    WithPixelWriter(bpp, color, mode,
                     [&](auto pixel) { DrawSteps(pixels, major, minor, first, last, pixel); });
 }
 
 void QZMImage::Frame(int x, int y, unsigned w, unsigned h, unsigned color, DrawMode mode) {
-    Span(*this, x, y, w, color, mode);
-    Span(*this, x, int64_t(y) + h - 1, w, color, mode);
-    // Fewer than three rows leave no side between the two horizontal edges.
-    if (h > 2) {
-        Column(*this, x, int64_t(y) + 1, h - 2, color, mode);
-        Column(*this, int64_t(x) + w - 1, int64_t(y) + 1, h - 2, color, mode);
-    }
+    QZM::internal::Frame(PlaneOf(*this), x, y, w, h, color, mode);
 }
 
 void QZMImage::Rectangle(int x, int y, unsigned w, unsigned h, unsigned color, DrawMode mode) {
@@ -749,7 +499,7 @@ void QZMImage::Gradient(int x, int y, unsigned w, unsigned h, unsigned color1, u
     if (direction == 0) {
         GradientSteps steps(color1, color2, ch, bpp == 8);
         for (int64_t i = 0; i < ch; ++i)
-            FillRow(*this, first + i * pitch, unsigned(cw), steps.Next());
+            FillRow(bpp, first + i * pitch, unsigned(cw), steps.Next());
         return;
     }
     // Every row of a horizontal gradient is the same: draw the first, copy it down.
@@ -762,7 +512,8 @@ void QZMImage::Gradient(int x, int y, unsigned w, unsigned h, unsigned color1, u
 
 void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
     if (!pixels) return;
-    Box box = ClipBox(*this);
+    const Plane plane = PlaneOf(*this);
+    const Box& box = plane.clip;
     int64_t left = int64_t(cx) - r, right = int64_t(cx) + r;
     int64_t top = int64_t(cy) - r, bottom = int64_t(cy) + r;
     if (!box.Meets(left, top, right, bottom)) return;
@@ -772,8 +523,8 @@ void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
     OffsetRanges columns;
     columns.AddAround(cx, box.x1, box.x2);
     columns.AddAround(cy, box.y1, box.y2);
-    WithPixelWriter(*this, color, mode, [&](auto pixel) {
-        Plotter<decltype(pixel)> plot{*this, box, check, pixel};
+    WithPixelWriter(bpp, color, mode, [&](auto pixel) {
+        Plotter<decltype(pixel)> plot{plane, check, pixel};
         WalkCircle(
             r, columns,
             [&](int64_t x, int64_t y) {
@@ -793,7 +544,8 @@ void QZMImage::Circle(int cx, int cy, int r, unsigned color, DrawMode mode) {
 
 void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
     if (!pixels) return;
-    Box box = ClipBox(*this);
+    const Plane plane = PlaneOf(*this);
+    const Box& box = plane.clip;
     if (!box.Meets(int64_t(cx) - r, int64_t(cy) - r, int64_t(cx) + r, int64_t(cy) + r)) return;
     // Spans lie on rows cy +- x, and on the diagonal steps on rows cy +- y.
     OffsetRanges columns;
@@ -803,263 +555,27 @@ void QZMImage::Disk(int cx, int cy, int r, unsigned color, DrawMode mode) {
     WalkCircle(
         r, columns,
         [&](int64_t x, int64_t y) {
-            Span(*this, cx - y, cy - x, 2 * y, color, mode);
-            if (x != 0) Span(*this, cx - y, cy + x, 2 * y, color, mode);
+            Span(plane, cx - y, cy - x, 2 * y, color, mode);
+            if (x != 0) Span(plane, cx - y, cy + x, 2 * y, color, mode);
         },
         [&](int64_t x, int64_t y) {
             if (x == y) return;
-            Span(*this, cx - x, cy - y, 2 * x, color, mode);
-            if (y != 0) Span(*this, cx - x, cy + y, 2 * x, color, mode);
+            Span(plane, cx - x, cy - y, 2 * x, color, mode);
+            if (y != 0) Span(plane, cx - x, cy + y, 2 * x, color, mode);
         });
 }
 
-namespace {
-
-// The checks and clipping shared by the block transfers; false when nothing is to be done.
-bool ClipTransfer(const QZMImage& dst, const QZMImage& src, int64_t& x, int64_t& y, int64_t& sx,
-                  int64_t& sy, int64_t& w, int64_t& h) {
-    Box box = ClipBox(dst);
-    if (!dst.pixels || !src.pixels || x > box.x2 || y > box.y2 || sx < 0 || sy < 0 ||
-        sx >= src.width || sy >= src.height)
-        return false;
-    return ClipBlockAxis(x, sx, w, box.x1, box.x2, src.width) &&
-           ClipBlockAxis(y, sy, h, box.y1, box.y2, src.height);
-}
-
-// A clipped block transfer: its first destination and source rows, their pitches, its size.
-struct Block {
-    uint8_t* to;
-    const uint8_t* from;
-    size_t toPitch, fromPitch;
-    int64_t width, height;
-};
-
-// The comparison value of a 24-bit pixel is bytes 1 and 2 of it and byte 0 of the next one; the
-// last pixel of the source buffer has no next byte, which then counts as zero.
-void KeyedPixel24(uint8_t* dst, const uint8_t* src, uint32_t key, const uint8_t* srcEnd) {
-    uint32_t next = src + 3 < srcEnd ? src[3] : 0;
-    if ((src[1] | uint32_t(src[2]) << 8 | next << 16) == key) return;
-    for (int k = 0; k < 3; ++k) dst[k] = src[k];
-}
-
-// Calls row(to, from) for each row of the block, from the top.
-template <class Row> void EachRow(const Block& b, Row row) {
-    uint8_t* to = b.to;
-    const uint8_t* from = b.from;
-    for (int64_t r = 0; r < b.height; ++r, to += b.toPitch, from += b.fromPitch) row(to, from);
-}
-
-// Pixel by pixel in reading order, which a copy within one image may depend on.
-template <class Word> void KeyedPixels(const Block& b, Word key) {
-    EachRow(b, [&](uint8_t* to, const uint8_t* from) {
-        for (int64_t i = 0; i < b.width; ++i) {
-            Word pixel;
-            std::memcpy(&pixel, from + i * sizeof(Word), sizeof(Word));
-            if (pixel != key) std::memcpy(to + i * sizeof(Word), &pixel, sizeof(Word));
-        }
-    });
-}
-
-void KeyedPixels24(const Block& b, uint32_t key, const uint8_t* srcEnd) {
-    EachRow(b, [&](uint8_t* to, const uint8_t* from) {
-        for (int64_t i = 0; i < b.width; ++i) KeyedPixel24(to + 3 * i, from + 3 * i, key, srcEnd);
-    });
-}
-
-#ifdef __SSE2__
-__m128i Load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-void Store(uint8_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-
-// The destination's bytes where keep is set, the source's elsewhere.
-__m128i Blend(__m128i dst, __m128i src, __m128i keep) {
-    return _mm_or_si128(_mm_and_si128(keep, dst), _mm_andnot_si128(keep, src));
-}
-
-template <class Word> __m128i Splat(Word key) {
-    if constexpr (sizeof(Word) == 1) return _mm_set1_epi8(char(key));
-    if constexpr (sizeof(Word) == 2) return _mm_set1_epi16(short(key));
-    return _mm_set1_epi32(int(key));
-}
-
-template <class Word> __m128i KeyedLanes(__m128i src, __m128i key) {
-    if constexpr (sizeof(Word) == 1) return _mm_cmpeq_epi8(src, key);
-    if constexpr (sizeof(Word) == 2) return _mm_cmpeq_epi16(src, key);
-    return _mm_cmpeq_epi32(src, key);
-}
-
-// 16 bytes: a vector without keyed lanes is stored as it is, one of keyed lanes only not at all,
-// and only a mixed one is blended with the destination, which it has to read.
-template <class Word> void KeyedVector(uint8_t* to, const uint8_t* from, __m128i key) {
-    __m128i src = Load(from), keyed = KeyedLanes<Word>(src, key);
-    int mask = _mm_movemask_epi8(keyed);
-    if (mask == 0)
-        Store(to, src);
-    else if (mask != 0xFFFF)
-        Store(to, Blend(Load(to), src, keyed));
-}
-
-// What KeyedVector stores, worked out ahead, and whether it stores anything.
-template <class Word> bool KeyedVectorAhead(uint8_t* to, const uint8_t* from, __m128i key,
-                                            __m128i& out) {
-    __m128i src = Load(from), keyed = KeyedLanes<Word>(src, key);
-    int mask = _mm_movemask_epi8(keyed);
-    out = mask ? Blend(Load(to), src, keyed) : src;
-    return mask != 0xFFFF;
-}
-
-// Rows of 16 bytes up to eight vectors, unrolled so that each place in the row has branches of
-// its own, which then follow the sprite's columns. The last vector ends flush with the row and
-// may overlap the one before (writing the same bytes): it is worked out before the row's stores,
-// since a load that overlaps a recent store waits for it.
-template <class Word, size_t... K>
-void KeyedRowsOf(const Block& b, __m128i key, std::index_sequence<K...>) {
-    size_t last = size_t(b.width) * sizeof(Word) - 16;
-    EachRow(b, [&](uint8_t* to, const uint8_t* from) {
-        __m128i tail;
-        bool storeTail = KeyedVectorAhead<Word>(to + last, from + last, key, tail);
-        (KeyedVector<Word>(to + 16 * K, from + 16 * K, key), ...);
-        if (storeTail) Store(to + last, tail);
-    });
-}
-
-template <class Word, size_t Before> void KeyedRows(const Block& b, __m128i key) {
-    KeyedRowsOf<Word>(b, key, std::make_index_sequence<Before>());
-}
-
-template <class Word> void KeyedWideRows(const Block& b, __m128i key) {
-    size_t last = size_t(b.width) * sizeof(Word) - 16;
-    EachRow(b, [&](uint8_t* to, const uint8_t* from) {
-        for (size_t i = 0; i < last; i += 16) KeyedVector<Word>(to + i, from + i, key);
-        KeyedVector<Word>(to + last, from + last, key);
-    });
-}
-
-// Rows of 16 bytes or more, by the number of vectors before the last.
-template <class Word, size_t... Before>
-void KeyedVectors(const Block& b, Word key, std::index_sequence<Before...>) {
-    using Rows = void (*)(const Block&, __m128i);
-    static constexpr Rows kRows[] = {&KeyedRows<Word, Before>..., &KeyedWideRows<Word>};
-    size_t before = (size_t(b.width) * sizeof(Word) - 1) / 16;
-    kRows[std::min(before, sizeof...(Before))](b, Splat(key));
-}
-
-// Five 24-bit pixels in 16 bytes, whose byte 15 (the sixth pixel's first) completes the fifth
-// pixel's comparison value and keeps the destination's value.
-class Keyed24 {
-public:
-    explicit Keyed24(uint32_t key) {
-        auto k = [key](int i) { return char(key >> (8 * i)); };
-        pattern_ = _mm_setr_epi8(k(2), k(0), k(1), k(2), k(0), k(1), k(2), k(0), k(1), k(2), k(0),
-                                 k(1), k(2), k(0), k(1), k(2));
-        // A key above 24 bits matches no pixel.
-        starts_ = key >> 24 ? _mm_setzero_si128()
-                            : _mm_setr_epi8(0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0);
-    }
-
-    __m128i Five(__m128i dst, __m128i src) const {
-        __m128i equal = _mm_cmpeq_epi8(src, pattern_);
-        __m128i three = _mm_and_si128(_mm_and_si128(equal, _mm_srli_si128(equal, 1)),
-                                      _mm_srli_si128(equal, 2));
-        __m128i skip = _mm_and_si128(three, starts_); // at byte 1 of each skipped pixel
-        __m128i sixth = _mm_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, -1);
-        __m128i keep = _mm_or_si128(_mm_or_si128(skip, _mm_srli_si128(skip, 1)),
-                                    _mm_or_si128(_mm_slli_si128(skip, 1), sixth));
-        return Blend(dst, src, keep);
-    }
-
-private:
-    __m128i pattern_; // the key's bytes 0, 1, 2 at bytes 1, 2, 3 of each pixel
-    __m128i starts_;  // byte 1 of each pixel
-};
-
-// Rows of six pixels or more, five at a time. A block's destination is read before the block
-// before it is stored, which covers its first byte; the last block, flush with the row's next to
-// last pixel, before the row is written. The last pixel may end the source buffer.
-void KeyedVectors24(const Block& b, uint32_t key, const uint8_t* srcEnd) {
-    Keyed24 keyed(key);
-    int64_t last = b.width - 6;
-    EachRow(b, [&](uint8_t* to, const uint8_t* from) {
-        __m128i tail = keyed.Five(Load(to + 3 * last), Load(from + 3 * last));
-        __m128i dst = Load(to);
-        for (int64_t i = 0; i < last; i += 5) {
-            __m128i next = Load(to + 3 * std::min(i + 5, last));
-            Store(to + 3 * i, keyed.Five(dst, Load(from + 3 * i)));
-            dst = next;
-        }
-        Store(to + 3 * last, tail);
-        KeyedPixel24(to + 3 * (last + 5), from + 3 * (last + 5), key, srcEnd);
-    });
-}
-#endif
-
-// A copy within one image (inOrder) keeps to the per-pixel order, since its rows may overlap.
-template <class Word> void KeyedCopy(const Block& b, Word key, [[maybe_unused]] bool inOrder) {
-#ifdef __SSE2__
-    if (!inOrder && b.width * sizeof(Word) >= 16)
-        return KeyedVectors(b, key, std::make_index_sequence<8>());
-#endif
-    KeyedPixels(b, key);
-}
-
-void KeyedCopy24(const Block& b, uint32_t key, const uint8_t* srcEnd,
-                 [[maybe_unused]] bool inOrder) {
-#ifdef __SSE2__
-    if (!inOrder && b.width >= 6) return KeyedVectors24(b, key, srcEnd);
-#endif
-    KeyedPixels24(b, key, srcEnd);
-}
-
-} // namespace
-
 void QZMImage::CopyImage(int x, int y, QZMImage* src, int sx, int sy, unsigned w, unsigned h) {
-    int64_t dx = x, dy = y, fx = sx, fy = sy, cw = w, ch = h;
-    if (!src || src->bpp != bpp || !ClipTransfer(*this, *src, dx, dy, fx, fy, cw, ch)) return;
-    unsigned bytesPerPixel = BytesPerPixel();
-    size_t rowBytes = size_t(cw) * bytesPerPixel;
-    uint8_t* to = pixels + dy * pitch + dx * bytesPerPixel;
-    const uint8_t* from = src->pixels + fy * src->pitch + fx * bytesPerPixel;
-    if (rowBytes == pitch && rowBytes == src->pitch) {
-        rowBytes *= size_t(ch);
-        ch = 1;
-    }
-    for (int64_t i = 0; i < ch; ++i, to += pitch, from += src->pitch) {
-        // A copy within one image may overlap.
-        if (src == this)
-            std::memmove(to, from, rowBytes);
-        else
-            std::memcpy(to, from, rowBytes);
-    }
+    if (src && src->bpp == bpp) CopyBlock(PlaneOf(*this), PlaneOf(*src), x, y, sx, sy, w, h);
 }
 
 void QZMImage::TCopyImage(int x, int y, unsigned key, QZMImage* src, int sx, int sy, unsigned w,
                           unsigned h) {
-    int64_t dx = x, dy = y, fx = sx, fy = sy, cw = w, ch = h;
-    if (!src || src->bpp != bpp || !ClipTransfer(*this, *src, dx, dy, fx, fy, cw, ch)) return;
-    unsigned bytesPerPixel = BytesPerPixel();
-    Block block{pixels + dy * pitch + dx * bytesPerPixel,
-                src->pixels + fy * src->pitch + fx * bytesPerPixel, pitch, src->pitch, cw, ch};
-    const uint8_t* srcEnd = src->pixels + size_t(src->pitch) * src->height;
-    bool inOrder = src == this;
-    switch (bpp) {
-    case 8: return KeyedCopy<uint8_t>(block, uint8_t(key), inOrder);
-    case 15:
-    case 16: return KeyedCopy<uint16_t>(block, uint16_t(key), inOrder);
-    case 24: return KeyedCopy24(block, key, srcEnd, inOrder);
-    case 32: return KeyedCopy<uint32_t>(block, uint32_t(key), inOrder);
-    }
+    if (src && src->bpp == bpp) KeyedBlock(PlaneOf(*this), PlaneOf(*src), x, y, key, sx, sy, w, h);
 }
 
 void QZMImage::MoveInside(int sx, int sy, unsigned w, unsigned h, int dx, int dy) {
-    int64_t tx = dx, ty = dy, fx = sx, fy = sy, cw = w, ch = h;
-    if (!ClipTransfer(*this, *this, tx, ty, fx, fy, cw, ch)) return;
-    unsigned bytesPerPixel = BytesPerPixel();
-    size_t rowBytes = size_t(cw) * bytesPerPixel;
-    bool upward = fy <= ty;
-    for (int64_t i = 0; i < ch; ++i) {
-        int64_t row = upward ? ch - 1 - i : i;
-        std::memmove(pixels + (ty + row) * pitch + tx * bytesPerPixel,
-                     pixels + (fy + row) * pitch + fx * bytesPerPixel, rowBytes);
-    }
+    MoveBlock(PlaneOf(*this), sx, sy, w, h, dx, dy);
 }
 
 void QZMImage::VFlip() {
