@@ -66,11 +66,33 @@ const std::string& FileBytes(const char* name) {
 // The bytes of the input a variant reads, or an error on the state when they are missing.
 const std::string* Bytes(benchmark::State& state, const char* name) {
     const std::string& bytes = FileBytes(name);
-    if (bytes.empty()) state.SkipWithError("missing input: run make_data.sh sounds, set QZM_SOUND_DIR");
+    if (bytes.empty()) state.SkipWithError("no input: run make_data.sh sounds, set QZM_SOUND_DIR");
     return bytes.empty() ? nullptr : &bytes;
 }
 
-void Report(benchmark::State& state, uint64_t checksum, size_t bytes, uint64_t expected) {
+// One decoded result: its bytes, and what frees it.
+struct Decoded {
+    const void* data = nullptr;
+    size_t size = 0;
+    void* owner = nullptr;
+    void (*release)(void*) = nullptr;
+};
+
+// As the workload measures: one untimed load gives the checksum, then the timed loads, each
+// result freed outside the timed region.
+template <class Load>
+void Measure(benchmark::State& state, uint64_t expected, Load load) {
+    Decoded first = load();
+    if (!first.data) return state.SkipWithError("load failed");
+    const uint64_t checksum = Fnv(first.data, first.size);
+    const size_t bytes = first.size;
+    first.release(first.owner);
+    for (auto _ : state) {
+        Decoded d = load();
+        state.PauseTiming();
+        d.release(d.owner);
+        state.ResumeTiming();
+    }
     char label[64];
     std::snprintf(label, sizeof label, "cksum=%016llx%s", (unsigned long long)checksum,
                   expected == 0 || checksum == expected ? "" : " MISMATCH");
@@ -84,20 +106,14 @@ void QzmLoad(benchmark::State& state, int input) {
     if (!bytes) return;
     QZM::SetLogLevel(0); // the AIFF reader traces every load at warning level
     unsigned char* block = reinterpret_cast<unsigned char*>(const_cast<char*>(bytes->data()));
-    uint64_t checksum = 0;
-    size_t decoded = 0;
-    for (auto _ : state) {
+    Measure(state, kInputs[input].checksum, [&] {
         QZMMemFile f(unsigned(bytes->size()), QZMResFile::READ, block, false, "sound");
         QZMSound* sound = new QZMSound;
-        if (!sound->Load(f, 0)) state.SkipWithError("load failed");
+        sound->Load(f, 0);
         sound->SetMixerFormat();
-        state.PauseTiming();
-        checksum = Fnv(sound->data, sound->size);
-        decoded = sound->size;
-        delete sound;
-        state.ResumeTiming();
-    }
-    Report(state, checksum, decoded, kInputs[input].checksum);
+        return Decoded{sound->data, sound->size, sound,
+                       [](void* s) { delete static_cast<QZMSound*>(s); }};
+    });
 }
 
 bool OpenSdlMixer() {
@@ -112,21 +128,12 @@ void SdlMixerLoad(benchmark::State& state, int input) {
     const std::string* bytes = Bytes(state, kInputs[input].peerFile);
     if (!bytes) return;
     if (!OpenSdlMixer()) return state.SkipWithError("SDL_mixer cannot open the dummy device");
-    uint64_t checksum = 0;
-    size_t decoded = 0;
-    for (auto _ : state) {
+    Measure(state, 0, [&] {
         Mix_Chunk* chunk = Mix_LoadWAV_RW(SDL_RWFromConstMem(bytes->data(), int(bytes->size())), 1);
-        state.PauseTiming();
-        if (!chunk) {
-            state.SkipWithError(Mix_GetError());
-            break;
-        }
-        checksum = Fnv(chunk->abuf, chunk->alen);
-        decoded = chunk->alen;
-        Mix_FreeChunk(chunk);
-        state.ResumeTiming();
-    }
-    Report(state, checksum, decoded, 0);
+        if (!chunk) return Decoded();
+        return Decoded{chunk->abuf, chunk->alen, chunk,
+                       [](void* c) { Mix_FreeChunk(static_cast<Mix_Chunk*>(c)); }};
+    });
 }
 
 struct MemIo {
@@ -139,7 +146,9 @@ sf_count_t MemTell(void* user) { return static_cast<MemIo*>(user)->pos; }
 sf_count_t MemSeek(sf_count_t offset, int whence, void* user) {
     MemIo& m = *static_cast<MemIo*>(user);
     const sf_count_t size = sf_count_t(m.bytes->size());
-    const sf_count_t to = whence == SEEK_SET ? offset : whence == SEEK_CUR ? m.pos + offset : size + offset;
+    const sf_count_t to = whence == SEEK_SET   ? offset
+                          : whence == SEEK_CUR ? m.pos + offset
+                                               : size + offset;
     if (to < 0 || to > size) return -1;
     return m.pos = to;
 }
@@ -155,23 +164,17 @@ sf_count_t MemWrite(const void*, sf_count_t, void*) { return 0; }
 void SndfileLoad(benchmark::State& state, int input) {
     const std::string* bytes = Bytes(state, kInputs[input].peerFile);
     if (!bytes) return;
-    SF_VIRTUAL_IO io = {MemLength, MemSeek, MemRead, MemWrite, MemTell};
-    uint64_t checksum = 0;
-    size_t decoded = 0;
-    for (auto _ : state) {
+    Measure(state, 0, [&] {
+        SF_VIRTUAL_IO io = {MemLength, MemSeek, MemRead, MemWrite, MemTell};
         MemIo m = {bytes, 0};
         SF_INFO info = {};
         SNDFILE* f = sf_open_virtual(&io, SFM_READ, &info, &m);
-        short* pcm = f ? static_cast<short*>(std::malloc(size_t(info.frames) * info.channels * 2)) : nullptr;
+        if (!f) return Decoded();
+        short* pcm = static_cast<short*>(std::malloc(size_t(info.frames) * info.channels * 2));
         const sf_count_t got = pcm ? sf_readf_short(f, pcm, info.frames) : 0;
-        if (f) sf_close(f);
-        state.PauseTiming();
-        decoded = size_t(got) * info.channels * 2;
-        checksum = Fnv(pcm, decoded);
-        std::free(pcm);
-        state.ResumeTiming();
-    }
-    Report(state, checksum, decoded, 0);
+        sf_close(f);
+        return Decoded{pcm, size_t(got) * info.channels * 2, pcm, std::free};
+    });
 }
 
 size_t OggRead(void* dst, size_t size, size_t n, void* user) {
@@ -191,33 +194,23 @@ long OggTell(void* user) { return long(static_cast<MemIo*>(user)->pos); }
 void VorbisfileLoad(benchmark::State& state) {
     const std::string* bytes = Bytes(state, kInputs[kVorbis].peerFile);
     if (!bytes) return;
-    const ov_callbacks callbacks = {OggRead, OggSeek, nullptr, OggTell};
-    uint64_t checksum = 0;
-    size_t decoded = 0;
-    for (auto _ : state) {
+    Measure(state, kInputs[kVorbis].checksum, [&] {
+        const ov_callbacks callbacks = {OggRead, OggSeek, nullptr, OggTell};
         MemIo m = {bytes, 0};
         OggVorbis_File vf;
-        if (ov_open_callbacks(&m, &vf, nullptr, 0, callbacks) != 0) {
-            state.SkipWithError("ov_open_callbacks failed");
-            break;
-        }
+        if (ov_open_callbacks(&m, &vf, nullptr, 0, callbacks) != 0) return Decoded();
         const size_t size = size_t(ov_pcm_total(&vf, -1)) * size_t(ov_info(&vf, -1)->channels) * 2;
         char* pcm = static_cast<char*>(std::malloc(size));
         size_t filled = 0;
-        for (long got = 1; filled < size && got > 0; filled += size_t(got)) {
+        for (long got = 1; pcm && filled < size && got > 0; filled += size_t(got)) {
             int bitstream;
             got = ov_read(&vf, pcm + filled, int(std::min(size - filled, size_t(INT_MAX))), 0, 2, 1,
                           &bitstream);
             if (got < 0) got = 0;
         }
         ov_clear(&vf);
-        state.PauseTiming();
-        checksum = Fnv(pcm, filled);
-        decoded = filled;
-        std::free(pcm);
-        state.ResumeTiming();
-    }
-    Report(state, checksum, decoded, kInputs[kVorbis].checksum);
+        return Decoded{pcm, filled, pcm, std::free};
+    });
 }
 
 } // namespace

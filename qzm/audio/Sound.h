@@ -24,6 +24,8 @@ public:
     ~QZMSound() override;
 
     uint32_t MemoryUsed() const override;
+    /// False, with the sound untouched, for an unknown format code or undetected data; a
+    /// failed read leaves the sound empty.
     bool Load(QZMResFile& f, int format) override;
     /// Sounds are not saved: always false.
     bool Save(QZMResFile& f, int format) override;
@@ -35,9 +37,13 @@ public:
 
     /// Converts to the open mixer's obtained format; nothing while the mixer is closed.
     void SetMixerFormat();
-    /// Converts by halving and doubling only: rates end at the nearest power-of-two step.
+    /// Converts by halving and doubling only: rates end at the nearest power-of-two step. Does
+    /// nothing without data, or when the result would pass 32 bits or be absurd (over 64 MiB
+    /// and over 64 times the data, as from a malformed rate).
     void ChangeFormat(int format, int freq, int channels);
 
+    // Each conversion writes a new buffer and frees the old one; none does anything without
+    // data or when the new buffer cannot be had.
     void ConvEndian();
     void ConvSign();
     void Conv8to16L();

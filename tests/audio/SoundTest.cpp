@@ -383,8 +383,9 @@ TEST(SoundTest, MixerFormatInfoAndMemory) {
     s.format = 0x20;
     s.channels = 1;
     s.PrintInfo();
-    EXPECT_EQ(log.text(), "Sound format : 16000 Hz, 16 bits signed LSB (8010), Stereo, 16000 bytes\n"
-                          "Sound format : 16000 Hz, unknown (20), Mono, 16000 bytes\n");
+    EXPECT_EQ(log.text(),
+              "Sound format : 16000 Hz, 16 bits signed LSB (8010), Stereo, 16000 bytes\n"
+              "Sound format : 16000 Hz, unknown (20), Mono, 16000 bytes\n");
     s.Clear();
     s.ChangeFormat(0x0008, 8000, 1); // nothing without data
     EXPECT_EQ(s.format, 0);

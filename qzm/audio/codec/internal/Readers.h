@@ -27,7 +27,7 @@ bool Readable(QZMResFile& f);
 int DetectSoundFormat(QZMResFile& f);
 
 /// Reads a container's first 12 bytes: its id, a size (ignored), its form. When they are not
-/// `outer` and `form`, logs `message` with the stream's name and gives false.
+/// `outer` and `form`, logs `message` with the stream's name and gives false; so does Readable.
 bool ReadFormHeader(QZMResFile& f, uint32_t outer, uint32_t form, const char* message);
 
 /// The chunk search record of FindChunk: the id sought; the size and body position found.
