@@ -2,7 +2,9 @@
 # Runs a command on an Xvfb display of its own: `xvfb-run.sh COMMAND [ARG...]`.
 # Xvfb picks a free display itself (-displayfd) and writes its number once it accepts
 # connections, so tests starting side by side never race for a display, and the command
-# never starts before the server is up. Xvfb's own messages are shown when anything fails.
+# never starts before the server is up. -noreset: SDL probes the display with a connection of
+# its own first, and a server resetting once that one closes refuses the next connection.
+# Xvfb's own messages are shown when anything fails.
 set -u
 
 dir=$(mktemp -d "${TMPDIR:-/tmp}/qzm-xvfb.XXXXXX") || exit 1
@@ -17,7 +19,7 @@ trap 'exit 130' INT TERM
 start_xvfb() {
     : > "$dir/display"
     # stdin from /dev/null: the server must not take descriptor 0 for a socket.
-    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset \
+    Xvfb -displayfd 3 -screen 0 640x480x24 -nolisten tcp -noreset \
         3>"$dir/display" </dev/null >>"$dir/log" 2>&1 &
     xvfb_pid=$!
     waited=0
