@@ -6,6 +6,7 @@ BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 30
+FUZZ_JOBS ?= 2
 SDL12_COMPAT = $(abspath $(BUILD))/sdl12-compat
 PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
@@ -60,7 +61,7 @@ fuzz: deps
 		-DQZM_BUILD_FUZZ=ON -DQZM_SANITIZE=ON -DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF \
 		-DQZM_BUILD_TOOLS=OFF
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
-	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS)
 
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
