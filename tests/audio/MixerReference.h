@@ -1,6 +1,8 @@
 #pragma once
 // The mixing callback done the obvious way, sample by sample over the channels, on a copy of
-// the mixer's channel table; and sounds of random samples to feed it.
+// the mixer's channel table; and sounds of random samples to feed it. A copied music channel
+// pulls its chunks from the music it names: point it at a twin of the one the mixer plays.
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 #include <qzm/audio/internal/MixerChannels.h>
 
@@ -35,11 +37,26 @@ struct MixModel {
             while (last != 0 && ch[last].state != 1) --last;
     }
 
-    void End(unsigned c) {
-        if (ch[c].loops < 255) --ch[c].loops;
-        if (ch[c].loops == 0) return Free(c);
-        ch[c].pos = ch[c].sound->data;
-        ch[c].left = ch[c].sound->size;
+    // The next chunk holding a sample, false at the end of the stream.
+    static bool NextChunk(MixerChannel& m, unsigned width) {
+        do {
+            m.pos = m.music->NextData();
+            m.left = m.pos ? m.music->chunklen : 0;
+        } while (m.pos && m.left < width);
+        return m.pos != nullptr;
+    }
+
+    void End(unsigned c, unsigned width) {
+        MixerChannel& m = ch[c];
+        if (m.music && NextChunk(m, width)) return;
+        if (m.loops < 255) --m.loops;
+        if (m.loops == 0) return Free(c);
+        if (m.music) {
+            if (!NextChunk(m, width)) Free(c);
+            return;
+        }
+        m.pos = m.sound->data;
+        m.left = m.sound->size;
     }
 
     void Mix(int format, uint8_t* out, int len) {
@@ -47,14 +64,14 @@ struct MixModel {
         const unsigned width = (format & 0xFF) / 8;
         for (int side = 1; len > 0; len -= width, out += width, side = 1 - side) {
             for (unsigned c = first; c <= last; ++c) // sought to the end: no sample left to read
-                if (ch[c].state == 1 && ch[c].left < width) End(c);
+                if (ch[c].state == 1 && ch[c].left < width) End(c, width);
             if (nbactive == 0) break;
             int32_t acc = 0;
             for (unsigned c = first; c <= last; ++c) {
                 if (ch[c].state != 1) continue;
                 acc += Share(format, ch[c].pos, side ? ch[c].lvol : ch[c].rvol);
                 ch[c].pos += width;
-                if ((ch[c].left -= width) == 0) End(c);
+                if ((ch[c].left -= width) == 0) End(c, width);
             }
             acc = acc < MIN_AUDIOVAL ? MIN_AUDIOVAL : acc > MAX_AUDIOVAL ? MAX_AUDIOVAL : acc;
             out[width == 2 && format & 0x1000 ? 1 : 0] = uint8_t(acc);

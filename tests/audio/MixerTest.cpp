@@ -223,7 +223,7 @@ TEST_F(MixerTest, ChannelBookkeeping) {
     s.freq = 22099;
     EXPECT_TRUE(mixer->SameFormat(&s));
     s.freq = 22100;
-    EXPECT_FALSE(mixer->SameFormat(&s) || mixer->SameFormat(nullptr));
+    EXPECT_FALSE(mixer->SameFormat(&s) || mixer->SameFormat(static_cast<QZMSound*>(nullptr)));
 }
 
 TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
