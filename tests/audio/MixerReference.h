@@ -6,8 +6,17 @@
 #include <qzm/audio/Sound.h>
 #include <qzm/audio/internal/MixerChannels.h>
 
+#include <qzm/audio/Mixer.h>
+
+#include "tests/support/TestSupport.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace qzmtest {
@@ -86,6 +95,37 @@ inline void RandomSound(QZMSound& s, int format, int channels, unsigned bytes, s
     s.format = format, s.freq = 22050, s.channels = channels, s.size = bytes;
     s.data = new uint8_t[bytes];
     for (unsigned i = 0; i < bytes; ++i) s.data[i] = uint8_t(rng());
+}
+
+// The mixer singleton on SDL's disk audio driver, writing what it plays to the file raw; later
+// mixers get the dummy driver again.
+inline std::unique_ptr<QZMMixer> DiskMixer(const std::string& raw) {
+    setenv("SDL_AUDIODRIVER", "disk", 1);
+    setenv("SDL_DISKAUDIOFILE", raw.c_str(), 1);
+    setenv("SDL_DISKAUDIODELAY", "0", 1);
+    std::unique_ptr<QZMMixer> mixer(QZMMixer::Singleton());
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    return mixer;
+}
+
+// Unpauses the disk mixer until the file holds twice `bytes` more, closes the device, and gives
+// `bytes` of the file from the first mixed buffer (the paused device wrote silence before it),
+// or "" when nothing but silence came.
+inline std::string PlayToDisk(QZMMixer& mixer, const std::string& raw, size_t bytes) {
+    auto fileSize = [&raw] {
+        struct stat st {};
+        return stat(raw.c_str(), &st) == 0 ? size_t(st.st_size) : 0;
+    };
+    const size_t before = fileSize();
+    mixer.Unpause();
+    for (int ms = 0; ms < 20000 && fileSize() < before + 2 * bytes; ++ms) SDL_Delay(1);
+    const size_t buffer = mixer.obtained.size;
+    mixer.Exit();
+    const std::string written = ReadFile(raw);
+    size_t start = written.find_first_not_of('\0', before);
+    if (start == std::string::npos) return "";
+    start -= start % buffer;
+    return written.substr(start, bytes);
 }
 
 } // namespace qzmtest
