@@ -3,6 +3,7 @@
 #include <qzm/qzm.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -73,8 +74,9 @@ bool SaveCapture(const SDL_AudioSpec& spec) {
     const std::string mixed = MixedPart(ReadAll(kCapture), spec.size, frame);
     remove(kCapture);
     if (mixed.empty() || !WriteWav(kWav, spec, mixed)) return false;
+    char path[PATH_MAX];
     printf("sound: %u bytes of mix at %d Hz written to %s\n", unsigned(mixed.size()), spec.freq,
-           kWav);
+           realpath(kWav, path) ? path : kWav);
     return true;
 }
 
