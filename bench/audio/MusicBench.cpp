@@ -12,12 +12,14 @@
 #include <benchmark/benchmark.h>
 #include <vorbis/vorbisfile.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <new>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -114,9 +116,15 @@ void BM_VorbisfileAlone(benchmark::State& state) {
     Report(state, decoded, 0);
 }
 
+// On a shared machine the fastest repetition is the one least disturbed.
+double Fastest(const std::vector<double>& times) {
+    return *std::min_element(times.begin(), times.end());
+}
+
 // 44100: chunks as decoded; 88200: every chunk doubled.
-BENCHMARK(BM_MusicNextData)->Arg(44100)->Arg(88200)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_VorbisfileAlone)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MusicNextData)->Arg(44100)->Arg(88200)->Unit(benchmark::kMillisecond)
+    ->ComputeStatistics("min", Fastest);
+BENCHMARK(BM_VorbisfileAlone)->Unit(benchmark::kMillisecond)->ComputeStatistics("min", Fastest);
 
 } // namespace
 
