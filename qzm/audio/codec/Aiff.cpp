@@ -3,7 +3,7 @@
 // 754 extended). "SSND": offset (4), block size (4), then the samples from offset bytes on.
 // Reads 8-bit samples (labelled unsigned as they stand) and 16-bit ones (swapped to little-
 // endian). Refuses other widths, a rate that is not a whole number from 2 to 2^30 - 1, and a
-// file without "SSND".
+// file without "SSND". Musics swap each chunk of 16-bit samples as they read it.
 #include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 

@@ -1,7 +1,8 @@
 // Ogg Vorbis through libvorbisfile, which reads, seeks and tells through the callbacks below on
 // the library's own streams and never closes them. The samples are decoded straight into the
 // open mixer's width, sign and byte order (signed 16-bit little-endian while it is closed).
-// Refuses what libvorbisfile cannot open and a length that the stream could not hold.
+// Refuses what libvorbisfile cannot open and a length that the stream could not hold. Musics
+// decode chunk by chunk into their target's layout, following the chain of logical bitstreams.
 #include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 

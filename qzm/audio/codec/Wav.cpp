@@ -5,7 +5,8 @@
 // block (2) and, for Microsoft ADPCM, the count of coefficient pairs (2, must be 7) and the
 // pairs (7 x 2 x 2). "data" body: the samples.
 // Reads PCM of 8 and 16 bits and Microsoft and IMA ADPCM of 4 bits (decoded to signed 16-bit).
-// Refuses other encodings and widths, a missing fmt or data chunk and short data.
+// Refuses other encodings and widths, a missing fmt or data chunk and short data. Musics stream
+// PCM only and refuse both ADPCM encodings.
 #include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
