@@ -7,6 +7,8 @@ set -u
 build=$1 seconds=$2
 src=$(cd "$(dirname "$0")/.." && pwd)
 passed=0 failed=0
+LSAN_OPTIONS="suppressions=$src/fuzz/lsan.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
+export LSAN_OPTIONS
 for bin in "$build"/fuzz/fuzz_*; do
     [ -x "$bin" ] || continue
     name=${bin##*/fuzz_}
