@@ -2,17 +2,18 @@
 # Installs the Debian packages that a make target needs, when any is missing.
 # Usage: install-deps.sh [demo|test|fuzz|bench]   (default demo)
 #   demo   building the library, its tools and the demo
-#   test   adds GoogleTest and Xvfb (the sanitizer and ThreadSanitizer builds need no more)
+#   test   adds GoogleTest, Xvfb and the DejaVu fonts that qzmfont is tested with
+#          (the sanitizer and ThreadSanitizer builds need no more)
 #   fuzz   adds clang and its sanitizer runtimes
 #   bench  adds Google Benchmark and the peer libraries the benchmarks compare against
 # QZM_SKIP_DEPS=1 (make DEPS=0) skips it, for machines whose owner manages the packages.
 set -eu
 [ "${QZM_SKIP_DEPS:-0}" = 1 ] && exit 0
 
-packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev"
+packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev libfreetype-dev"
 case "${1:-demo}" in
     demo) ;;
-    test) packages="$packages libgtest-dev xvfb" ;;
+    test) packages="$packages libgtest-dev xvfb fonts-dejavu-core" ;;
     fuzz) packages="$packages clang libclang-rt-14-dev" ;;
     bench) packages="$packages libbenchmark-dev libsdl-image1.2-dev libsdl-gfx1.2-dev
                      libsdl-mixer1.2-dev libsndfile1-dev libphysfs-dev" ;;
