@@ -45,4 +45,5 @@
 #include <qzm/gfx/codec/Codecs.h>
 
 #include <qzm/audio/Mixer.h>
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>

@@ -1,14 +1,16 @@
 // The qzm demo: it shows the library's version, carries a string table through the three
 // kinds of stream a game loads from, and packs its data into an archive that it loads back
 // through the resource manager, renders a scene with a font and a sprite it made, then
-// shows the scene on screen, and keeps its settings, texts in two languages and a high-score
-// table. It runs headless (SDL's dummy video driver) unless given --window.
+// shows the scene on screen, plays music with sound effects (captured into demo.wav), and keeps
+// its settings, texts in two languages and a high-score table. It runs headless (SDL's dummy
+// video driver, the disk audio driver) unless given --window.
 #include <qzm/qzm.h>
 
 #include "ArchiveDemo.h"
 #include "DataDemo.h"
 #include "SceneDemo.h"
 #include "ScreenDemo.h"
+#include "SoundDemo.h"
 #include "Tables.h"
 
 #include <cstdio>
@@ -82,7 +84,8 @@ int main(int argc, char** argv) {
     ShowTable("original", table);
 
     bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
-              RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) && RunDataDemo(argc, argv);
+              RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) &&
+              RunSoundDemo(window) && RunDataDemo(argc, argv);
     printf("%s\n", ok ? "every step worked" : "a step failed");
     return ok ? 0 : 1;
 }

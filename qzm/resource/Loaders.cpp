@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 #include <qzm/data/Text.h>
 #include <qzm/gfx/Font.h>
@@ -48,10 +49,9 @@ QZMResource* load_sound(QZMResFile* file, const char*, int format, bool& keepFil
     return LoadInto(new (std::nothrow) QZMSound, file, format, false, keepFile);
 }
 
-// Slot for a default QZMMusic, which keeps decoding from its stream while it plays and so
-// takes the stream over.
+// A music keeps decoding from its stream while it plays and so takes the stream over.
 QZMResource* load_music(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, true, keepFile);
+    return LoadInto(new (std::nothrow) QZMMusic, file, format, true, keepFile);
 }
 
 // Slot for Q3DFont(nullptr).
