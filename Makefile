@@ -12,7 +12,7 @@ PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan bench fuzz install clean
+.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan bench fuzz docs install clean
 
 all: build
 
@@ -22,6 +22,7 @@ DEPS_FOR = demo
 test test-sdl12-compat test-sanitize test-tsan: DEPS_FOR = test
 fuzz: DEPS_FOR = fuzz
 bench: DEPS_FOR = bench
+docs: DEPS_FOR = docs
 deps:
 	@[ "$(DEPS)" = 0 ] || sh scripts/install-deps.sh $(DEPS_FOR)
 
@@ -67,6 +68,11 @@ fuzz: deps
 		-DQZM_BUILD_TOOLS=OFF
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
 	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS)
+
+# The HTML reference of the public headers, in $(BUILD)/docs/html; a Doxygen warning fails it.
+docs: deps
+	mkdir -p $(BUILD)/docs
+	( cat docs/Doxyfile; echo 'OUTPUT_DIRECTORY = $(BUILD)/docs' ) | doxygen -
 
 # Installs what `make build` built, without building: under sudo nothing in the build tree
 # may become root's, so the one file installing writes there goes back to the user.

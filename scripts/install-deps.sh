@@ -1,11 +1,12 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs, when any is missing.
-# Usage: install-deps.sh [demo|test|fuzz|bench]   (default demo)
+# Usage: install-deps.sh [demo|test|fuzz|bench|docs]   (default demo)
 #   demo   building the library, its tools and the demo
 #   test   adds GoogleTest, Xvfb and the DejaVu fonts that qzmfont is tested with
 #          (the sanitizer and ThreadSanitizer builds need no more)
 #   fuzz   adds clang and its sanitizer runtimes
 #   bench  adds Google Benchmark and the peer libraries the benchmarks compare against
+#   docs   Doxygen alone: the reference is made from the headers, nothing is built
 # QZM_SKIP_DEPS=1 (make DEPS=0) skips it, for machines whose owner manages the packages.
 set -eu
 [ "${QZM_SKIP_DEPS:-0}" = 1 ] && exit 0
@@ -17,7 +18,8 @@ case "${1:-demo}" in
     fuzz) packages="$packages clang libclang-rt-14-dev" ;;
     bench) packages="$packages libbenchmark-dev libsdl-image1.2-dev libsdl-gfx1.2-dev
                      libsdl-mixer1.2-dev libsndfile1-dev libphysfs-dev" ;;
-    *) echo "install-deps: unknown target $1 (demo, test, fuzz, bench)" >&2; exit 2 ;;
+    docs) packages="doxygen" ;;
+    *) echo "install-deps: unknown target $1 (demo, test, fuzz, bench, docs)" >&2; exit 2 ;;
 esac
 
 cannot() {

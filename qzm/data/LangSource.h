@@ -7,7 +7,7 @@ class QZMTranslator;
 
 /// A language in its editable text form, compiled to and from "LanG" language files.
 /// The source is UTF-8: a line "name: LANGUAGE", then lines "NUMBER: text" with the escapes
-/// \n, \t and \\; '#' starts a comment line and blank lines are ignored.
+/// `\n`, `\t` and `\\`; '#' starts a comment line and blank lines are ignored.
 class QZMLangSource {
 public:
     static const unsigned MAX_NUMBER = 65535; ///< highest string number a source may use
