@@ -12,8 +12,10 @@ class QZMMusic;
 /// (SetMixerFormat on them does that). Channels do not own what they play: stop a channel
 /// before destroying its sound or music.
 ///
-/// Every operation but NbChannels and ActiveChannels takes the one mixer lock, so they may be
-/// called from the game's thread while the device plays.
+/// The channel operations (PlaySound, PlayMusic, the Ch... calls) and PrintInfo take the
+/// mixer lock, so the game's thread may call them while the device plays. Init, Exit, Pause,
+/// Unpause, SameFormat, ComputeVolumes, NbChannels and ActiveChannels do not: call them from
+/// the thread that owns the mixer.
 class QZMMixer : public QZMSDLMgr {
 public:
     /// Channel states as ChState reports them.
