@@ -7,6 +7,7 @@
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
 #include <qzm/gfx/Pal.h>
+#include <qzm/gl/Font.h>
 
 // The one place where the resource room reaches up into the rooms that define resources.
 // A slot whose class is not part of the library yet hands LoadInto a null object and so fails
@@ -54,9 +55,8 @@ QZMResource* load_music(QZMResFile* file, const char*, int format, bool& keepFil
     return LoadInto(Absent(), file, format, true, keepFile);
 }
 
-// Slot for Q3DFont(nullptr).
 QZMResource* load_3dfont(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) Q3DFont(nullptr), file, format, false, keepFile);
 }
 
 } // namespace
