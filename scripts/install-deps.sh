@@ -6,7 +6,8 @@
 set -eu
 
 packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev
-libgl1-mesa-dri libglx-mesa0 libgtest-dev libbenchmark-dev libsdl-image1.2-dev xvfb xauth clang libclang-rt-14-dev"
+libgl1-mesa-dri libglx-mesa0 libgtest-dev libbenchmark-dev libsdl-image1.2-dev xvfb xauth
+clang libclang-rt-14-dev"
 if [ "${1:-}" = bench ]; then
     packages="$packages libsdl-gfx1.2-dev libphysfs-dev libsdl-mixer1.2-dev libsndfile1-dev"
 fi

@@ -2,11 +2,13 @@
 // kinds of stream a game loads from, and packs its data into an archive that it loads back
 // through the resource manager, renders a scene with a font and a sprite it made, then
 // shows the scene on screen, and keeps its settings, texts in two languages and a high-score
-// table. It runs headless (SDL's dummy video driver) unless given --window.
+// table. It runs headless (SDL's dummy video driver) unless given --window; --gl shows the
+// scene and the font with OpenGL too, which needs an X display.
 #include <qzm/qzm.h>
 
 #include "ArchiveDemo.h"
 #include "DataDemo.h"
+#include "GLDemo.h"
 #include "SceneDemo.h"
 #include "ScreenDemo.h"
 #include "Tables.h"
@@ -57,24 +59,25 @@ bool ThroughByteRange(QZMText& table) {
     return SameStrings(table, back);
 }
 
-// Takes --window out of the arguments, which are otherwise settings options.
-bool TakeWindowOption(int& argc, char** argv) {
+// Takes the option out of the arguments, which are otherwise settings options.
+bool TakeOption(const char* option, int& argc, char** argv) {
     int kept = 1;
-    bool window = false;
+    bool given = false;
     for (int i = 1; i < argc; i++) {
-        if (strcmp(argv[i], "--window") == 0)
-            window = true;
+        if (strcmp(argv[i], option) == 0)
+            given = true;
         else
             argv[kept++] = argv[i];
     }
     argc = kept;
-    return window;
+    return given;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    bool window = TakeWindowOption(argc, argv);
+    bool window = TakeOption("--window", argc, argv);
+    bool gl = TakeOption("--gl", argc, argv);
     printf("qzm %s (version code %u)\n", QZM::Versiont(), QZM::Versioni());
 
     QZMText table(1);
@@ -82,7 +85,8 @@ int main(int argc, char** argv) {
     ShowTable("original", table);
 
     bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
-              RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) && RunDataDemo(argc, argv);
+              RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) &&
+              (!gl || RunGLDemo()) && RunDataDemo(argc, argv);
     printf("%s\n", ok ? "every step worked" : "a step failed");
     return ok ? 0 : 1;
 }

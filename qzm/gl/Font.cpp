@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 #include <qzm/core/Log.h>
+#include <qzm/gfx/internal/FontText.h>
 #include <qzm/gl/TexMgr.h>
 #include <qzm/io/File.h>
 
@@ -16,7 +17,7 @@ const unsigned kRecordBytes = 8;
 const unsigned char kSpace = 32;
 const unsigned kWholeString = 0xFFFFFFFF;
 
-bool IsPrintable(unsigned c) { return c >= 32 && c <= 127; }
+using QZM::internal::IsPrintable;
 
 // The smallest power of two that is at least 2 and not below n.
 float PaddedSize(uint32_t n) {
@@ -59,8 +60,8 @@ void Quad(const Q3DGlyph& g, float left, float baseline, float scale) {
 } // namespace
 
 Q3DFont::Q3DFont(const char* filename)
-    : name(nullptr), texture(nullptr), first(0), last(0), glyphs(nullptr), ascent(0),
-      descent(0), spacing(0), white(0) {
+    : name(nullptr), texture(nullptr), first(0), last(0), glyphs(nullptr), ascent(0), descent(0),
+      spacing(0), white(0) {
     if (!filename) return;
     QZMFile file(filename, QZMResFile::READ);
     if (!Load(file, 0)) {
@@ -100,9 +101,10 @@ bool Q3DFont::Load(QZMResFile& f, int format) {
     for (uint32_t& offset : offsets) offset = f.Read32();
     Free();
     f.Seek(int(offsets[0]), 0);
-    PrivateReadInfo(f);
+    // Codes out of order or past 255 can never be drawn and would size the table absurdly.
+    const bool info = QZM::internal::ReadFontInfo(f, *this);
     f.Seek(int(offsets[1]), 0);
-    if (!PrivateReadGlyphs(f)) {
+    if (!info || !PrivateReadGlyphs(f)) {
         Free();
         return false;
     }
@@ -111,22 +113,7 @@ bool Q3DFont::Load(QZMResFile& f, int format) {
     return true;
 }
 
-void Q3DFont::PrivateReadInfo(QZMResFile& f) {
-    const unsigned length = f.Read8();
-    // One byte more than the file gives, and zeros where it gives less: the name always ends.
-    name = new (std::nothrow) char[length + 1]();
-    if (name) f.Read(name, length);
-    first = f.Read32();
-    last = f.Read32();
-    white = f.Read8();
-    spacing = f.Read8();
-    ascent = int16_t(f.Read16());
-    descent = int16_t(f.Read16());
-}
-
 bool Q3DFont::PrivateReadGlyphs(QZMResFile& f) {
-    // Codes out of order or past 255 can never be drawn and would size the table absurdly.
-    if (!name || first > last || last > 255) return false;
     const unsigned count = last - first + 1;
     glyphs = new (std::nothrow) Q3DGlyph[count];
     if (!glyphs) return false;
@@ -165,12 +152,7 @@ unsigned int Q3DFont::CharHeight(unsigned char c) const {
 
 unsigned int Q3DFont::TextWidth(const char* s, unsigned int n) const {
     if (!name || !s || n == 0) return 0;
-    // Summed in 64 bits and saturated: a long text must not wrap to a small width.
-    uint64_t sum = 0;
-    for (unsigned i = 0; i < n && s[i]; i++)
-        sum += CharWidth(static_cast<unsigned char>(s[i])) + spacing;
-    if (sum > 0) sum -= spacing;
-    return sum > UINT32_MAX ? UINT32_MAX : unsigned(sum);
+    return QZM::internal::TextAdvance(*this, s, n, spacing);
 }
 
 void Q3DFont::TextSize(const char* s, unsigned int& width, unsigned int& height,
@@ -178,16 +160,13 @@ void Q3DFont::TextSize(const char* s, unsigned int& width, unsigned int& height,
     width = height = 0;
     if (!name || !s || n == 0) return;
     width = TextWidth(s, n);
-    int below = 0;
-    int above = 0;
-    for (unsigned i = 0; i < n && s[i]; i++) {
-        const unsigned char c = static_cast<unsigned char>(s[i]);
+    height = QZM::internal::TextHeight(s, n, [this](unsigned char c, int& above, int& below) {
         const Q3DGlyph* g = c == kSpace ? nullptr : PrivateGlyph(c);
-        if (!g) continue;
-        if (g->below > below) below = g->below;
-        if (g->above > above) above = g->above;
-    }
-    height = unsigned(below + above);
+        if (!g) return false;
+        above = g->above;
+        below = g->below;
+        return true;
+    });
 }
 
 void Q3DFont::DrawChar(int x, int y, unsigned char c, float scale) {
@@ -274,14 +253,7 @@ void Q3DFont::PrintInfo(bool chars) const {
         QZM::LOG("Font not defined\n");
         return;
     }
-    QZM::LOG("Font name       : %s\n", name);
-    QZM::LOG("First char      : %d", int(first));
-    PrivateLogCharEnding(first);
-    QZM::LOG("Last char       : %d", int(last));
-    PrivateLogCharEnding(last);
-    QZM::LOG("  Total         : %d\n", int(last - first + 1));
-    QZM::LOG("Char spacing    : %d\nWhite char size : %d\n", spacing, white);
-    QZM::LOG("Ascent          : %d\nDescent         : %d\n", ascent, descent);
+    QZM::internal::LogFontSummary(name, first, last, spacing, white, ascent, descent);
     if (!chars || !glyphs) return;
     QZM::LOG("------------------- Characters :\n");
     for (uint32_t c = first; c <= last; c++) {
@@ -292,9 +264,3 @@ void Q3DFont::PrintInfo(bool chars) const {
     }
 }
 
-void Q3DFont::PrivateLogCharEnding(unsigned c) const {
-    if (IsPrintable(c))
-        QZM::LOG(" [%c]\n", int(c));
-    else
-        QZM::LOG("\n");
-}

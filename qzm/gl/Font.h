@@ -6,11 +6,11 @@ struct Q3DTexture;
 
 /// One glyph: its place in the glyph sheet's texture and its size in pixels.
 struct Q3DGlyph {
-    float s0; ///< left edge, as a fraction of the padded sheet width
-    float t0; ///< top edge, as a fraction of the padded sheet height
-    float s1; ///< right edge
-    float t1; ///< bottom edge
-    uint8_t width;  ///< 0: no glyph
+    float s0;      ///< left edge, as a fraction of the padded sheet width
+    float t0;      ///< top edge, as a fraction of the padded sheet height
+    float s1;      ///< right edge
+    float t1;      ///< bottom edge
+    uint8_t width; ///< 0: no glyph
     uint8_t height;
     int8_t below; ///< rows below the baseline
     int8_t above; ///< height - below: rows above the baseline
@@ -80,8 +80,6 @@ private:
     const Q3DGlyph* PrivateGlyph(unsigned char c) const;
     bool PrivateBegin(const char* s, unsigned int& n);
     float PrivateBaseline(int y, float scale, FontAlign align) const;
-    void PrivateReadInfo(QZMResFile& f);
     bool PrivateReadGlyphs(QZMResFile& f);
     void PrivateScaleToSheet(QZMResFile& f);
-    void PrivateLogCharEnding(unsigned c) const;
 };

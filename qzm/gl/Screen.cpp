@@ -87,8 +87,8 @@ bool Q3DScreen::Init(unsigned int width, unsigned int height, unsigned int flags
 
 bool Q3DScreen::Resize(unsigned int width, unsigned int height) {
     if (!surface || !(surface->flags & SDL_RESIZABLE)) return false;
-    surface = SDL_SetVideoMode(int(width), int(height), surface->format->BitsPerPixel,
-                               surface->flags);
+    surface =
+        SDL_SetVideoMode(int(width), int(height), surface->format->BitsPerPixel, surface->flags);
     return surface != nullptr;
 }
 
@@ -116,8 +116,7 @@ void Q3DScreen::SetNames(const char* title, const char* icon) {
 bool Q3DScreen::EnableGLMultitex() {
     glActiveTextureARB = LookUp<PFNGLACTIVETEXTUREARBPROC>("glActiveTextureARB");
     glMultiTexCoord2fARB = LookUp<PFNGLMULTITEXCOORD2FARBPROC>("glMultiTexCoord2fARB");
-    glClientActiveTextureARB =
-        LookUp<PFNGLCLIENTACTIVETEXTUREARBPROC>("glClientActiveTextureARB");
+    glClientActiveTextureARB = LookUp<PFNGLCLIENTACTIVETEXTUREARBPROC>("glClientActiveTextureARB");
     nomultitex = !glActiveTextureARB || !glMultiTexCoord2fARB || !glClientActiveTextureARB;
     return nomultitex;
 }

@@ -54,46 +54,32 @@ bool FromPalette(const QZMImage& image, size_t count, Texels& out) {
     return true;
 }
 
-// Blue, green, red to red, green, blue; dst may be src.
-void SwapRedBlue(const uint8_t* src, uint8_t* dst, size_t count) {
-    for (size_t i = 0; i < count; i++, src += 3, dst += 3) {
+// Blue, green, red (, transparency) to red, green, blue (, alpha: the transparency's
+// complement), Bytes bytes a pixel; dst may be src.
+template <unsigned Bytes> void FromBGR(const uint8_t* src, uint8_t* dst, size_t count) {
+    for (size_t i = 0; i < count; i++, src += Bytes, dst += Bytes) {
         const uint8_t blue = src[0];
         dst[1] = src[1];
         dst[0] = src[2];
         dst[2] = blue;
+        if (Bytes == 4) dst[3] = uint8_t(255 - src[3]);
     }
 }
 
-// Blue, green, red, transparency to red, green, blue, alpha; dst may be src.
-void ToRGBA(const uint8_t* src, uint8_t* dst, size_t count) {
-    for (size_t i = 0; i < count; i++, src += 4, dst += 4) {
-        const uint8_t blue = src[0];
-        dst[1] = src[1];
-        dst[0] = src[2];
-        dst[2] = blue;
-        dst[3] = uint8_t(255 - src[3]);
-    }
+template <unsigned Bytes> bool Reordered(QZMImage& image, size_t count, bool inplace, Texels& out) {
+    uint8_t* dst = inplace ? image.pixels : out.Allocate(count * Bytes);
+    if (!dst) return false;
+    FromBGR<Bytes>(image.pixels, dst, count);
+    out.data = dst;
+    return true;
 }
 
 bool ByDepth(QZMImage& image, size_t count, bool inplace, Texels& out) {
     switch (image.BytesPerPixel()) {
     case 1: return FromPalette(image, count, out);
     case 2: QZM::ERR("TexMgr: image format = 16 bits, not supported.\n"); return false;
-    case 3: {
-        uint8_t* dst = inplace ? image.pixels : out.Allocate(count * 3);
-        if (!dst) return false;
-        SwapRedBlue(image.pixels, dst, count);
-        out.data = dst;
-        return true;
-    }
-    case 4: {
-        out.format = GL_RGBA;
-        uint8_t* dst = inplace ? image.pixels : out.Allocate(count * 4);
-        if (!dst) return false;
-        ToRGBA(image.pixels, dst, count);
-        out.data = dst;
-        return true;
-    }
+    case 3: return Reordered<3>(image, count, inplace, out);
+    case 4: out.format = GL_RGBA; return Reordered<4>(image, count, inplace, out);
     default: QZM::ERR("TexMgr: image format = %d bits, not supported.\n", image.bpp); return false;
     }
 }
@@ -118,8 +104,7 @@ bool ChooseTexels(QZMImage& image, unsigned format, bool inplace, Texels& out) {
     const bool oneByte = image.BytesPerPixel() == 1;
     if (format == GL_LUMINANCE_ALPHA) {
         if (oneByte) return LuminanceAlpha(image, count, out);
-        QZM::WARN("TexMgr: warning GL_LUMINANCE_ALPHA requested for a %d bits image.\n",
-                  image.bpp);
+        QZM::WARN("TexMgr: warning GL_LUMINANCE_ALPHA requested for a %d bits image.\n", image.bpp);
         return false;
     }
     if (!oneByte) {
@@ -138,8 +123,8 @@ bool PadToPowersOfTwo(QZMImage& image) {
     const uint32_t h = PowerOfTwo(image.height);
     if (!w || !h) return false;
     if (w != image.width || h != image.height) {
-        QZM::WARN("TexMgr: image resized (%d x %d -> %d x %d)\n", int(w), int(h),
-                  int(image.width), int(image.height));
+        QZM::WARN("TexMgr: image resized (%d x %d -> %d x %d)\n", int(w), int(h), int(image.width),
+                  int(image.height));
         if (!image.Resize(w, h)) return false;
     }
     return image.pixels != nullptr;
@@ -228,8 +213,8 @@ Q3DTexture* Q3DTexMgr::LoadFromImage(const char* name, const QZMImage* image, in
     }
     if (!image || !name) return nullptr;
     // Not converted in place: only the padding touches the caller's image.
-    const int index = Add(name, const_cast<QZMImage*>(image), filter, repeat, false, kNewSlot,
-                          format);
+    const int index =
+        Add(name, const_cast<QZMImage*>(image), filter, repeat, false, kNewSlot, format);
     if (index < 0) return nullptr;
     table[index].source = FROM_IMAGE;
     return table[index].texture;
@@ -274,11 +259,9 @@ int Q3DTexMgr::Add(const char* name, QZMImage* image, int filter, bool repeat, b
         }
         PrivateAdvanceNext();
     }
-    *table[index].texture = Q3DTexture{id,
-                                       uint16_t(image->width),
-                                       uint16_t(image->height),
-                                       texels.format,
-                                       filter,
+    const uint16_t width = uint16_t(image->width);
+    const uint16_t height = uint16_t(image->height);
+    *table[index].texture = Q3DTexture{id, width, height, texels.format, filter,
                                        uint32_t(WrapMode(repeat))};
     return int(index);
 }
@@ -319,8 +302,8 @@ Q3DTexture* Q3DTexMgr::AddTexture(const char* name, unsigned int glid) {
     glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &height);
     glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, &format);
     Q3DTexture* record = table[index].texture;
-    *record = Q3DTexture{0, uint16_t(width), uint16_t(height), uint32_t(format), filter,
-                         uint32_t(wrap)};
+    *record =
+        Q3DTexture{0, uint16_t(width), uint16_t(height), uint32_t(format), filter, uint32_t(wrap)};
     QZM::DBG("TexMgr::AddTexture parameters : %s, %d x %d, format: %d, filter: %d, repeat: %d\n",
              name, width, height, format, filter, wrap);
     PrivateAdvanceNext();
@@ -383,8 +366,8 @@ void Q3DTexMgr::PrivateReload(unsigned int index) {
     }
     std::unique_ptr<QZMImage> image(PrivateLoadImage(entry.name));
     const Q3DTexture& record = *entry.texture;
-    if (!image || Add(entry.name, image.get(), record.filter, record.wrap == GL_REPEAT, true,
-                      index, record.format) < 0) {
+    if (!image || Add(entry.name, image.get(), record.filter, record.wrap == GL_REPEAT, true, index,
+                      record.format) < 0) {
         QZM::WARN("Reload texture failed %s\n", entry.name);
         FreeTextureP(index, true);
     }

@@ -26,9 +26,9 @@ public:
 
     struct TexEntry {
         uint32_t refcount;
-        char* name;           ///< owned; null marks a free entry
-        Q3DTexture* texture;  ///< owned
-        uint32_t source;      ///< a Source
+        char* name;          ///< owned; null marks a free entry
+        Q3DTexture* texture; ///< owned
+        uint32_t source;     ///< a Source
     };
 
     TexEntry* table;            ///< capacity entries

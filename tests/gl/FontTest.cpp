@@ -25,13 +25,13 @@ std::string Glyph(unsigned x, unsigned y, unsigned w, unsigned h, int below) {
 // Glyphs a, b, c of 4 x 6 pixels, 2 below the baseline; space 3, spacing 2, ascent 5, descent 3.
 std::string FontFile(char version = 2, uint32_t first = 'a', uint32_t last = 'c',
                      uint32_t sheetWidth = 300, uint32_t sheetHeight = 20) {
-    const std::string info = std::string("\5font\0", 6) + Le(first) + Le(last) + "\3\2" +
-                             Le(5, 2) + Le(3, 2);
+    const std::string info =
+        std::string("\5font\0", 6) + Le(first) + Le(last) + "\3\2" + Le(5, 2) + Le(3, 2);
     const std::string table = Glyph(0, 0, 4, 6, 2) + Glyph(4, 0, 4, 6, 2) + Glyph(8, 14, 4, 6, 2);
     const uint32_t tableAt = 17 + uint32_t(info.size());
     return "QZMF" + std::string(1, version) + Le(17) + Le(tableAt) +
-           Le(tableAt + uint32_t(table.size())) + info + table + Le(sheetWidth) +
-           Le(sheetHeight) + "\10";
+           Le(tableAt + uint32_t(table.size())) + info + table + Le(sheetWidth) + Le(sheetHeight) +
+           "\10";
 }
 
 bool LoadBytes(Q3DFont& font, std::string bytes) {
@@ -51,7 +51,8 @@ protected:
     void SetUp() override {
         screen = qzmtest::OpenGLWindow(64, 32);
         QZMImage white(4, 4, 32);
-        for (unsigned i = 0; i < white.pitch * white.height; i++) white.pixels[i] = i % 4 == 3 ? 0 : 255;
+        for (unsigned i = 0; i < white.pitch * white.height; i++)
+            white.pixels[i] = i % 4 == 3 ? 0 : 255;
         ASSERT_TRUE(LoadBytes(font, FontFile()));
         font.texture = textures.LoadFromImage("white", &white, GL_NEAREST, false);
         ASSERT_NE(font.texture, nullptr);

@@ -4,14 +4,32 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+#include <link.h>
+
 #include <cstdint>
+#include <cstring>
 
 namespace qzmtest {
+
+/// Mesa unloads its driver when SDL closes the display, and LeakSanitizer could then no longer
+/// name the driver's frames in what the driver keeps: the suppression of tests/lsan.supp would
+/// miss them. The loaded driver is kept until the process ends.
+inline void KeepDriverLoaded() {
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t, void*) {
+            if (std::strstr(info->dlpi_name, "_dri.so"))
+                dlopen(info->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+            return 0;
+        },
+        nullptr);
+}
 
 /// A window of w x h at 24 bits with a y-down orthographic projection of its pixels.
 inline Q3DScreen* OpenGLWindow(unsigned w, unsigned h) {
     Q3DScreen* screen = Q3DScreen::Singleton();
     EXPECT_TRUE(screen->Init(w, h, 0, 24));
+    KeepDriverLoaded();
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     glOrtho(0, w, h, 0, -1, 1);

@@ -100,8 +100,7 @@ TEST(Q3DScreenTest, ScreenshotsShowTheFrontBufferUpsideUp) {
     glColor3ub(255, 128, 0);
     glRecti(0, 0, 10, 5); // top left, in the y-down projection
     glFinish();
-    for (int i = 0; i < 5; i++)
-        qzmtest::WriteFile(prefix + "00" + std::to_string(i) + ".bmp", "");
+    for (int i = 0; i < 5; i++) qzmtest::WriteFile(prefix + "00" + std::to_string(i) + ".bmp", "");
     EXPECT_FALSE(screen->BMPScreenshot(nullptr));
     ASSERT_TRUE(screen->BMPScreenshot(prefix.c_str()));
     QZMImage shot(0, 0, 8);

@@ -27,7 +27,8 @@ std::vector<uint8_t> Texels(const Q3DTexture* t, GLenum format, unsigned bytesPe
 // Pixel i holds the bytes i, i + 1, ... one per byte of the depth.
 std::unique_ptr<QZMImage> Ramp(unsigned w, unsigned h, unsigned bpp) {
     std::unique_ptr<QZMImage> img(new QZMImage(w, h, bpp));
-    for (unsigned i = 0; i < img->pitch * h; i++) img->pixels[i] = uint8_t(i / img->BytesPerPixel() + i % img->BytesPerPixel());
+    for (unsigned i = 0; i < img->pitch * h; i++)
+        img->pixels[i] = uint8_t(i / img->BytesPerPixel() + i % img->BytesPerPixel());
     return img;
 }
 
@@ -72,16 +73,17 @@ TEST_F(TexMgrTest, PixelLayoutsByDepthAndFormat) {
     auto indexed = Ramp(2, 1, 8);
     indexed->pixels[1] = 200;
     QZMPal pal(16u);
-    for (unsigned i = 0; i < 16; i++) pal.entries[i] = {uint8_t(i), uint8_t(i + 1), uint8_t(i + 2), 0};
+    for (unsigned i = 0; i < 16; i++)
+        pal.entries[i] = {uint8_t(i), uint8_t(i + 1), uint8_t(i + 2), 0};
     indexed->SetPalette(&pal, 0, 16);
     EXPECT_EQ(Texels(mgr.LoadFromImage("pal", indexed.get(), GL_NEAREST, false), GL_RGB, 3),
               (std::vector<uint8_t>{0, 1, 2, 0, 0, 0}));
     EXPECT_EQ(Texels(mgr.LoadFromImage("lum", indexed.get(), GL_NEAREST, false, GL_LUMINANCE),
                      GL_LUMINANCE, 1),
               (std::vector<uint8_t>{0, 200}));
-    EXPECT_EQ(Texels(mgr.LoadFromImage("alpha", indexed.get(), GL_NEAREST, false, GL_ALPHA),
-                     GL_ALPHA, 1),
-              (std::vector<uint8_t>{0, 200}));
+    EXPECT_EQ(
+        Texels(mgr.LoadFromImage("alpha", indexed.get(), GL_NEAREST, false, GL_ALPHA), GL_ALPHA, 1),
+        (std::vector<uint8_t>{0, 200}));
     Q3DTexture* la = mgr.LoadFromImage("la", indexed.get(), GL_NEAREST, false, GL_LUMINANCE_ALPHA);
     EXPECT_EQ(la->format, unsigned(GL_LUMINANCE_ALPHA));
     EXPECT_EQ(Texels(la, GL_LUMINANCE_ALPHA, 2), (std::vector<uint8_t>{0, 0, 200, 200}));
@@ -145,7 +147,8 @@ TEST_F(TexMgrTest, SharingFreeingAndSlots) {
         EXPECT_FALSE(mgr.FreeTexture(0u));
 
         const char* names[] = {"0", "1", "2", "3", "4"};
-        for (const char* name : names) ASSERT_NE(mgr.LoadFromImage(name, img.get(), GL_NEAREST, false), nullptr);
+        for (const char* name : names)
+            ASSERT_NE(mgr.LoadFromImage(name, img.get(), GL_NEAREST, false), nullptr);
         EXPECT_EQ(mgr.capacity, 12u);
         EXPECT_EQ(mgr.next, 5u);
         EXPECT_TRUE(mgr.FreeTexture(mgr.GetTexture("2")->id));
