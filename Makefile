@@ -6,6 +6,7 @@ BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 30
+FUZZ_JOBS ?= 2
 SDL12_COMPAT = $(abspath $(BUILD))/sdl12-compat
 PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
@@ -15,8 +16,14 @@ CTEST    = ctest --output-on-failure -j$(JOBS)
 
 all: build
 
+# What each target needs is installed first (install-deps.sh); DEPS=0 skips that.
+DEPS ?= 1
+DEPS_FOR = demo
+test test-sdl12-compat test-sanitize test-tsan: DEPS_FOR = test
+fuzz: DEPS_FOR = fuzz
+bench: DEPS_FOR = bench
 deps:
-	@sh scripts/install-deps.sh
+	@[ "$(DEPS)" = 0 ] || sh scripts/install-deps.sh $(DEPS_FOR)
 
 build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -48,8 +55,7 @@ test-tsan: deps
 	cmake --build $(TSAN_BUILD) --target qzm_mixer_tests -j$(JOBS)
 	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 $(CTEST) -R '^Mixer'
 
-bench:
-	@sh scripts/install-deps.sh bench
+bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=$(BENCH_TYPE) -DQZM_BUILD_BENCH=ON \
 		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
 	cmake --build $(BENCH_BUILD) -j$(JOBS)
@@ -60,11 +66,15 @@ fuzz: deps
 		-DQZM_BUILD_FUZZ=ON -DQZM_SANITIZE=ON -DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF \
 		-DQZM_BUILD_TOOLS=OFF
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
-	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	sh scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_JOBS)
 
-install: build
+# Installs what `make build` built, without building: under sudo nothing in the build tree
+# may become root's, so the one file installing writes there goes back to the user.
+install:
+	@[ -f $(BUILD)/libqzm.so ] || { echo "make install: build first (make build)" >&2; exit 1; }
 	cmake --install $(BUILD) --prefix $(PREFIX)
-	-[ "$$(id -u)" -eq 0 ] && ldconfig
+	@if [ -n "$${SUDO_UID:-}" ]; then chown "$$SUDO_UID:$$SUDO_GID" $(BUILD)/install_manifest*.txt; fi
+	@if [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) build-bench-* $(FUZZ_BUILD)

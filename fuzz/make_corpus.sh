@@ -33,6 +33,13 @@ seed sound_au "$audio"/*.au
 seed sound_ogg "$audio"/*.ogg
 seed sound_detect "$audio/pcm8_mono.wav" "$audio/msadpcm_stereo.wav" "$audio/aiff8_mono.aiff" \
     "$audio/au16_to_end.au" "$audio/vorbis_stereo.ogg"
+seed music_wav "$audio/pcm8_mono.wav" "$audio/pcm16_stereo.wav" "$audio/music_u8_mono.wav" \
+    "$audio/msadpcm_mono.wav"
+seed music_aiff "$audio"/*.aiff
+seed music_au "$audio"/*.au
+seed music_ogg "$audio"/vorbis_*.ogg
+seed music_detect "$audio/pcm16_stereo.wav" "$audio/aiff8_mono.aiff" "$audio/au16_to_end.au" \
+    "$audio/vorbis_chained.ogg"
 python3 "$src/fuzz/make_short_gfx_seeds.py" "$corpus"
 
 mkdir -p "$corpus/palette" "$corpus/archive_qzm" "$corpus/archive_pak"

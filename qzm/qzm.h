@@ -45,6 +45,7 @@
 #include <qzm/gfx/codec/Codecs.h>
 
 #include <qzm/audio/Mixer.h>
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
 #include <qzm/gl/Font.h>

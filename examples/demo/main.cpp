@@ -1,9 +1,10 @@
 // The qzm demo: it shows the library's version, carries a string table through the three
 // kinds of stream a game loads from, and packs its data into an archive that it loads back
 // through the resource manager, renders a scene with a font and a sprite it made, then
-// shows the scene on screen, and keeps its settings, texts in two languages and a high-score
-// table. It runs headless (SDL's dummy video driver) unless given --window; --gl shows the
-// scene and the font with OpenGL too, which needs an X display.
+// shows the scene on screen, plays music with sound effects (captured into demo.wav), and keeps
+// its settings, texts in two languages and a high-score table. It runs headless (SDL's dummy
+// video driver, the disk audio driver) unless given --window; --gl shows the scene and the
+// font with OpenGL too, which needs an X display.
 #include <qzm/qzm.h>
 
 #include "ArchiveDemo.h"
@@ -11,6 +12,7 @@
 #include "GLDemo.h"
 #include "SceneDemo.h"
 #include "ScreenDemo.h"
+#include "SoundDemo.h"
 #include "Tables.h"
 
 #include <cstdio>
@@ -86,7 +88,7 @@ int main(int argc, char** argv) {
 
     bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
               RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) &&
-              (!gl || RunGLDemo()) && RunDataDemo(argc, argv);
+              RunSoundDemo(window) && (!gl || RunGLDemo()) && RunDataDemo(argc, argv);
     printf("%s\n", ok ? "every step worked" : "a step failed");
     return ok ? 0 : 1;
 }

@@ -95,6 +95,10 @@ bool QZMArchPAK::UpdateFile(unsigned i, const char* path) { return PrivateUpdate
 
 bool QZMArchPAK::ExtractFile(unsigned i, const char* dest) const { return PrivateExtract(i, dest); }
 
+int QZMArchPAK::AddFileAs(const char* path, const char* memberPath) {
+    return PrivateAddAs(path, memberPath, kFormat);
+}
+
 bool QZMArchPAK::WriteDirectory(QZMResFile& out) {
     if (entries.empty()) return true;
     return WriteRecords(out, kRecordSize, FormatRecord) &&

@@ -19,6 +19,7 @@ public:
     bool RenameFile(unsigned i, const char* name) override;
     bool UpdateFile(unsigned i, const char* path) override;
     bool ExtractFile(unsigned i, const char* dest) const override;
+    int AddFileAs(const char* path, const char* memberPath) override;
 
     /// Writes the records at dataEnd and then the header; nothing at all without entries.
     bool WriteDirectory(QZMResFile& out);

@@ -90,6 +90,10 @@ bool QZMArchQZM::UpdateFile(unsigned i, const char* path) { return PrivateUpdate
 
 bool QZMArchQZM::ExtractFile(unsigned i, const char* dest) const { return PrivateExtract(i, dest); }
 
+int QZMArchQZM::AddFileAs(const char* path, const char* memberPath) {
+    return PrivateAddAs(path, memberPath, kFormat);
+}
+
 bool QZMArchQZM::WriteDirectory(QZMResFile& out) {
     if (entries.empty()) return true;
     return WriteRecords(out, kRecordSize, FormatRecord) &&

@@ -56,6 +56,20 @@ char* MemberName(const char* name, unsigned max) {
     return *base ? CopyNameField(reinterpret_cast<const uint8_t*>(base), max) : nullptr;
 }
 
+// A member name with folders that stays inside wherever it is extracted: relative, no empty or
+// ".." folder, and short enough to be kept whole.
+bool IsRelativeMemberPath(const char* path, unsigned max) {
+    if (!path || !*path || strlen(path) > max) return false;
+    const char* part = path;
+    for (const char* p = path;; p++) {
+        if (*p != '/' && *p != '\\' && *p) continue;
+        const size_t length = size_t(p - part);
+        if (length == 0 || (length == 2 && part[0] == '.' && part[1] == '.')) return false;
+        if (!*p) return true;
+        part = p + 1;
+    }
+}
+
 // A file that can be added: it exists, fits the 32-bit format and gives at least one byte.
 bool OpenSource(const char* path, QZMFile& source, struct stat& st) {
     if (!path || !*path || stat(path, &st) != 0 || uint64_t(st.st_size) > kMaxOffset) return false;
@@ -376,12 +390,24 @@ bool QZMArchive::PrivateExtract(unsigned i, const char* dest) const {
 }
 
 int QZMArchive::PrivateAdd(const char* path, const char* member, const Format& format) {
+    char* stored = MemberName(member ? member : path, format.nameMax);
+    return stored ? PrivateAddNamed(path, stored, format) : -1;
+}
+
+int QZMArchive::PrivateAddAs(const char* path, const char* memberPath, const Format& format) {
+    if (!IsRelativeMemberPath(memberPath, format.nameMax)) return -1;
+    char* stored = CopyNameField(reinterpret_cast<const uint8_t*>(memberPath), format.nameMax);
+    return stored ? PrivateAddNamed(path, stored, format) : -1;
+}
+
+int QZMArchive::PrivateAddNamed(const char* path, char* stored, const Format& format) {
     PrivateReleaseMemberFile();
     struct stat st;
     QZMFile source(nullptr, 0);
-    if (!name || !OpenSource(path, source, st)) return -1;
-    char* stored = MemberName(member ? member : path, format.nameMax);
-    if (!stored) return -1;
+    if (!name || !OpenSource(path, source, st)) {
+        delete[] stored;
+        return -1;
+    }
     const uint32_t size = uint32_t(st.st_size);
     const uint32_t start = dataEnd;
     const int index = int(entries.size());

@@ -83,7 +83,9 @@ public:
     /// New stream over member i, owned by the caller and valid after the archive is gone; or null.
     virtual QZMResFile* OpenResFile(unsigned i) const = 0;
     /// Copies the file at path in as a new member named `name` (path's file name when null);
-    /// returns its index or -1. An empty file is refused.
+    /// returns its index or -1. An empty file is refused. The data is written in place over
+    /// the old directory, which is written again behind it: the call must not be interrupted
+    /// (a failed write puts the old directory back, but a killed process cannot).
     virtual int AddFile(const char* path, const char* name) = 0;
     /// Index of the first member with exactly this name, or -1.
     virtual int FindFile(const char* name) const;
@@ -98,6 +100,10 @@ public:
     virtual bool ExtractAll(const char* dir) const;
     /// Sum of all member sizes, wrapping at 32 bits.
     virtual unsigned TotalSize() const;
+    /// As AddFile, but the member is named by memberPath as it stands, folders included
+    /// ("progs/player.mdl"); -1 for an absolute path, a ".." or empty folder, or a name longer
+    /// than the format keeps.
+    virtual int AddFileAs(const char* path, const char* memberPath) = 0;
 
     /// One of the FORMAT_ codes, from the file's first bytes.
     static int FindArchiveFormat(const char* path);
@@ -141,11 +147,14 @@ protected:
     QZMResFile* PrivateOpenMember(unsigned i) const;
     bool PrivateExtract(unsigned i, const char* dest) const;
     int PrivateAdd(const char* path, const char* name, const Format& format);
+    int PrivateAddAs(const char* path, const char* memberPath, const Format& format);
     bool PrivateRemove(unsigned i, const Format& format);
     bool PrivateRename(unsigned i, const char* name, const Format& format);
     bool PrivateUpdate(unsigned i, const char* path, const Format& format);
 
 private:
+    /// Adds the file at path as a member named `stored`, which it takes over.
+    int PrivateAddNamed(const char* path, char* stored, const Format& format);
     /// Rewrites the directory in the archive file itself.
     bool PrivateRewriteDirectory(const Format& format);
     /// Writes the directory into the temporary file and renames it over the archive.

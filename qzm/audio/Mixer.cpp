@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 #include <qzm/audio/internal/MixKernels.h>
 #include <qzm/audio/internal/MixerChannels.h>
@@ -130,11 +131,35 @@ bool RestartSound(MixerChannel& c) {
     return true;
 }
 
+void PullChunk(MixerChannel& c) {
+    c.pos = c.music->NextData();
+    c.left = c.pos ? c.music->chunklen : 0;
+}
+
+// The music's next chunk that holds a sample; false at the end of the stream. Each non-null
+// chunk has moved the stream on, so the walk ends.
+bool NextMusicChunk(MixerChannel& c, unsigned width) {
+    do {
+        PullChunk(c);
+    } while (c.pos && c.left < width);
+    return c.pos != nullptr;
+}
+
+// At the end of the stream the music starts again for the next play; false after the last
+// one, after a decoding error (which clears the music, so it restarts empty), or when the
+// restarted stream holds no sample.
+bool RefillMusic(MixerChannel& c, unsigned width) {
+    if (NextMusicChunk(c, width)) return true;
+    if (c.loops < kLoopForever) --c.loops;
+    return c.loops != 0 && NextMusicChunk(c, width);
+}
+
 // At the end of a channel's data. Data shorter than one sample cannot be mixed: it ends the
 // channel rather than reading past its end.
 void Refill(unsigned ch, unsigned width) {
     MixerChannel& c = g_channel[ch];
-    if (!RestartSound(c) || c.left < width) FreeChannel(ch);
+    const bool more = c.music ? RefillMusic(c, width) : RestartSound(c) && c.left >= width;
+    if (!more) FreeChannel(ch);
 }
 
 // The playing channels of the scanned range in index order; a channel holding less than one
@@ -265,6 +290,12 @@ int StartChannel(QZMMixer& mixer, unsigned channel, uint8_t volume, uint8_t loop
     return -1;
 }
 
+// Same format and channel count, and a rate in the same hundred.
+template <class Audio> bool InFormat(const SDL_AudioSpec& spec, const Audio* a) {
+    return a && a->freq / 100 == spec.freq / 100 && a->format == spec.format &&
+           a->channels == spec.channels;
+}
+
 // op on a busy channel under the lock; idle for a closed mixer, a bad number or a free channel.
 template <class Result, class Op>
 Result OnBusyChannel(uint32_t mixerState, unsigned ch, Result idle, Op op) {
@@ -380,8 +411,20 @@ int QZMMixer::PlaySound(QZMSound* s, unsigned int channel, unsigned char volume,
     });
 }
 
+int QZMMixer::PlayMusic(QZMMusic* m, unsigned int channel, unsigned char volume,
+                        unsigned char loops, int pan) {
+    if (state == 0 || !m) return -1;
+    return StartChannel(*this, channel, volume, loops, pan, [m](MixerChannel& c) {
+        c.music = m;
+        c.sound = nullptr;
+        m->SetPosition(0);
+        PullChunk(c);
+    });
+}
+
 int QZMMixer::ChGetPos(unsigned int ch) const {
     return OnBusyChannel(state, ch, -1, [this](MixerChannel& c) {
+        if (c.music) return int(c.music->GetPosition());
         if (!c.sound) return -1;
         uint32_t played = SoundBytes(c.sound) - c.left;
         return int(played / obtained.channels / BytesPerSample(obtained.format));
@@ -390,6 +433,11 @@ int QZMMixer::ChGetPos(unsigned int ch) const {
 
 bool QZMMixer::ChSeek(unsigned int ch, unsigned int pos) {
     return OnBusyChannel(state, ch, false, [&](MixerChannel& c) {
+        if (c.music) {
+            c.music->SetPosition(pos);
+            PullChunk(c);
+            return true;
+        }
         if (!c.sound) return false;
         uint32_t size = SoundBytes(c.sound);
         uint64_t offset = uint64_t(pos) * obtained.channels * BytesPerSample(obtained.format);
@@ -466,10 +514,9 @@ void QZMMixer::ComputeVolumes(unsigned int ch) {
     }
 }
 
-bool QZMMixer::SameFormat(QZMSound* s) const {
-    return s && s->freq / 100 == obtained.freq / 100 && s->format == obtained.format &&
-           s->channels == obtained.channels;
-}
+bool QZMMixer::SameFormat(QZMSound* s) const { return InFormat(obtained, s); }
+
+bool QZMMixer::SameFormat(QZMMusic* m) const { return InFormat(obtained, m); }
 
 void QZMMixer::PrintInfo() const {
     if (state == 0) {

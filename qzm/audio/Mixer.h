@@ -48,6 +48,10 @@ public:
     /// -100..100 or 127 for none. Returns the channel, or -1.
     int PlaySound(QZMSound* s, unsigned int channel, unsigned char volume, unsigned char loops,
                   int pan);
+    /// Plays m from its start, as PlaySound; the mixer pulls its chunks on the audio thread,
+    /// and each loop starts the stream again.
+    int PlayMusic(QZMMusic* m, unsigned int channel, unsigned char volume, unsigned char loops,
+                  int pan);
 
     /// Play position in sample frames; -1 when the channel is free.
     int ChGetPos(unsigned int ch) const;
@@ -70,6 +74,7 @@ public:
 
     /// Same format, same channel count and a frequency in the same hundred as the device.
     bool SameFormat(QZMSound* s) const;
+    bool SameFormat(QZMMusic* m) const;
     void PrintInfo() const;
 
 private:

@@ -78,18 +78,6 @@ template <class Fill> bool Replace(QZMSound& s, uint64_t newSize, Fill fill) {
     return true;
 }
 
-const char* FormatName(int format) {
-    switch (format) {
-    case FORMAT_U8: return "8 bits unsigned";
-    case FORMAT_U16LSB: return "16 bits unsigned LSB";
-    case FORMAT_U16MSB: return "16 bits unsigned MSB";
-    case FORMAT_S8: return "8 bits signed";
-    case FORMAT_S16LSB: return "16 bits signed LSB";
-    case FORMAT_S16MSB: return "16 bits signed MSB";
-    default: return "unknown";
-    }
-}
-
 } // namespace
 
 QZMSound::QZMSound() : format(0), freq(0), channels(0), data(nullptr), size(0) {}
@@ -101,9 +89,8 @@ QZMSound::~QZMSound() { delete[] data; }
 uint32_t QZMSound::MemoryUsed() const { return size + sizeof(QZMSound); }
 
 bool QZMSound::Load(QZMResFile& f, int format) {
-    if (f.state != QZMResFile::ST_OK) return false;
-    if (format == SOUND_DETECT) format = DetectSoundFormat(f);
-    if (format <= SOUND_DETECT || format > SOUND_OGG) return false;
+    format = SoundLoadCode(f, format);
+    if (format == SOUND_DETECT) return false;
     Clear();
     const bool ok = format == SOUND_WAV    ? LoadWAV(f)
                     : format == SOUND_AIFF ? LoadAIFF(f)
@@ -204,6 +191,6 @@ void QZMSound::ConvStereo() {
 }
 
 void QZMSound::PrintInfo() const {
-    QZM::LOG("Sound format : %d Hz, %s (%X), %s, %d bytes\n", freq, FormatName(format),
+    QZM::LOG("Sound format : %d Hz, %s (%X), %s, %d bytes\n", freq, SoundFormatName(format),
              unsigned(format), channels == 1 ? "Mono" : "Stereo", int(size));
 }

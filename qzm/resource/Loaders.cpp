@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 #include <qzm/data/Text.h>
 #include <qzm/gfx/Font.h>
@@ -10,15 +11,10 @@
 #include <qzm/gl/Font.h>
 
 // The one place where the resource room reaches up into the rooms that define resources.
-// A slot whose class is not part of the library yet hands LoadInto a null object and so fails
-// like any loader that cannot read its file; wiring the class in means replacing Absent() by
-// a nothrow new of the object named above the slot.
+// An object that cannot be allocated hands LoadInto null and fails like a file that cannot be
+// read.
 
 namespace {
-
-QZMResource* Absent() {
-    return nullptr;
-}
 
 QZMResource* LoadInto(QZMResource* fresh, QZMResFile* file, int format, bool keeps,
                       bool& keepFile) {
@@ -49,10 +45,9 @@ QZMResource* load_sound(QZMResFile* file, const char*, int format, bool& keepFil
     return LoadInto(new (std::nothrow) QZMSound, file, format, false, keepFile);
 }
 
-// Slot for a default QZMMusic, which keeps decoding from its stream while it plays and so
-// takes the stream over.
+// A music keeps decoding from its stream while it plays and so takes the stream over.
 QZMResource* load_music(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, true, keepFile);
+    return LoadInto(new (std::nothrow) QZMMusic, file, format, true, keepFile);
 }
 
 QZMResource* load_3dfont(QZMResFile* file, const char*, int format, bool& keepFile) {

@@ -7,9 +7,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
-#include <cstdlib>
 #include <memory>
 #include <tuple>
 
@@ -223,7 +220,7 @@ TEST_F(MixerTest, ChannelBookkeeping) {
     s.freq = 22099;
     EXPECT_TRUE(mixer->SameFormat(&s));
     s.freq = 22100;
-    EXPECT_FALSE(mixer->SameFormat(&s) || mixer->SameFormat(nullptr));
+    EXPECT_FALSE(mixer->SameFormat(&s) || mixer->SameFormat(static_cast<QZMSound*>(nullptr)));
 }
 
 TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
@@ -231,11 +228,7 @@ TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
         GTEST_SKIP() << "the disk file of sdl12-compat is not the callback's output";
     qzmtest::TempDir tmp;
     const std::string raw = tmp.file("out.raw");
-    setenv("SDL_AUDIODRIVER", "disk", 1);
-    setenv("SDL_DISKAUDIOFILE", raw.c_str(), 1);
-    setenv("SDL_DISKAUDIODELAY", "0", 1);
-    std::unique_ptr<QZMMixer> mixer(QZMMixer::Singleton());
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    std::unique_ptr<QZMMixer> mixer = qzmtest::DiskMixer(raw);
     ASSERT_TRUE(mixer->Init(0x8010, 22050, 512, true, 4));
     std::mt19937 rng(7);
     QZMSound a, b;
@@ -251,19 +244,8 @@ TEST(MixerDeviceTest, DiskDriverPlaysTheMix) {
     for (size_t at = 0; at < want.size(); at += mixer->obtained.size)
         model.Mix(0x8010, want.data() + at, int(mixer->obtained.size));
 
-    auto fileSize = [&raw] {
-        struct stat st {};
-        return stat(raw.c_str(), &st) == 0 ? size_t(st.st_size) : 0;
-    };
-    size_t before = fileSize(); // silence written while paused
-    mixer->Unpause();
-    for (int ms = 0; ms < 20000 && fileSize() < before + 2 * want.size(); ++ms) SDL_Delay(1);
-    mixer->Exit();
-    std::string written = qzmtest::ReadFile(raw);
-    size_t start = written.find_first_not_of('\0', before);
-    ASSERT_NE(start, std::string::npos);
-    start -= start % mixer->obtained.size; // where the first mixed buffer begins
-    EXPECT_EQ(written.substr(start, want.size()), std::string(want.begin(), want.end()));
+    const std::string mixed = qzmtest::PlayToDisk(*mixer, raw, want.size());
+    EXPECT_TRUE(mixed == std::string(want.begin(), want.end()));
 }
 
 } // namespace

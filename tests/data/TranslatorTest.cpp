@@ -32,8 +32,7 @@ std::string LangFile(const std::string& nameField, const std::vector<const char*
 }
 
 const std::string GERMAN = LangFile(std::string("Deutsch\0", 8), {"Hallo", nullptr, "", "Ende"});
-const std::string FRENCH_NAME = "Fran\xC3\xA7"
-                                "ais";
+const std::string FRENCH_NAME = "Fran\xC3\xA7" "ais";
 // A header naming "" whose table starts at 23.
 const std::string HEAD = "LanG" + std::string(1, '\0') + Le(1, 1) + std::string(1, '\0');
 
@@ -83,8 +82,7 @@ TEST_F(TranslatorTest, InitListsValidLanguageFilesOnly) {
     EXPECT_EQ(std::string(t->path), dir.path() + "/");
     EXPECT_EQ(t->GetLangName(0), FRENCH_NAME);
     EXPECT_EQ(t->GetLangFile(0), dir.file("fr.lng"));
-    EXPECT_FALSE(t->LoadName("fran\xC3\xA7"
-                             "ais"));
+    EXPECT_FALSE(t->LoadName("fran\xC3\xA7" "ais"));
     EXPECT_FALSE(t->Load(nullptr, 1));
     ASSERT_TRUE(t->LoadName(FRENCH_NAME.c_str()));
     EXPECT_EQ(t->curName, nullptr);

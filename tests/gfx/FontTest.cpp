@@ -38,28 +38,6 @@ std::unique_ptr<QZMFont> FontFrom(const std::string& bytes) {
 
 } // namespace
 
-TEST(FontTest, SheetsLoadAsImagesAtEveryDepth) {
-    struct Row {
-        unsigned depth; std::string rows; unsigned bpp; std::string pixels; unsigned colours, grey1;
-    };
-    const Row rows[] = {
-        {1, std::string("\xA0\x40", 2), 8, std::string("\1\0\1\0\1\0", 6), 2, 255},
-        {2, std::string("\x1B\xC0", 2), 8, std::string("\0\1\2\3\0\0", 6), 4, 0x55},
-        {8, std::string("\1\2\3\4\5\6", 6), 8, std::string("\1\2\3\4\5\6", 6), 256, 1},
-        {24, std::string(18, '\7'), 24, std::string(18, '\7'), 0, 0},
-        {32, std::string(24, '\7'), 32, std::string(24, '\7'), 0, 0},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.depth);
-        Loaded img(Load_FONT, FontFile(2, 65, 66, 3, 2, row.depth, row.rows).s);
-        ASSERT_TRUE(img.ok);
-        EXPECT_EQ(row.bpp, img.bpp);
-        EXPECT_EQ(row.pixels, img.Pixels());
-        EXPECT_EQ(row.colours, img.palette ? img.palette->size : 0u);
-        if (img.palette) EXPECT_EQ(row.grey1, img.palette->entries[1].r);
-    }
-}
-
 TEST(FontTest, SheetLoaderRefusesOtherVersionsAndDepths) {
     ExpectRefusals(Load_FONT, {
         {FontFile(1, 65, 66, 3, 2, 8, std::string(6, '\0')).s, "Font: unknown format version 1\n"},
@@ -67,16 +45,22 @@ TEST(FontTest, SheetLoaderRefusesOtherVersionsAndDepths) {
     });
 }
 
-TEST(FontTest, SheetLoaderReadsShortSheetsAndRefusesAbsurdOnes) {
+TEST(FontTest, SheetsLoadAsImagesAtEveryDepthShortOnesAsFarAsTheyGo) {
     // Rows missing at the end of the file read as zeros, in the image and in the font alike.
     LogCapture log;
-    struct Row { unsigned width, height, depth; std::string rows; std::string pixels; };
+    struct Row {
+        unsigned width, height, depth; std::string rows, pixels; unsigned bpp, colours, grey1;
+    };
     const Row rows[] = {
-        {100, 100, 1, std::string(13 * 3, '\xFF'), std::string(300, '\1') + std::string(9700, 0)},
-        {5, 3, 2, std::string("\x1B\xC0", 2), std::string("\0\1\2\3\3", 5) + std::string(10, 0)},
-        {4, 4, 8, std::string("\1\2\3", 3), std::string("\1\2\3", 3) + std::string(13, 0)},
-        {2, 2, 24, std::string(4, '\7'), std::string(4, '\7') + std::string(8, 0)},
-        {2, 2, 32, "", std::string(16, 0)},
+        {3, 2, 1, std::string("\xA0\x40", 2), std::string("\1\0\1\0\1\0", 6), 8, 2, 255},
+        {100, 100, 1, std::string(13 * 3, '\xFF'), std::string(300, '\1') + std::string(9700, 0),
+         8, 2, 255},
+        {5, 3, 2, std::string("\x1B\xC0", 2), std::string("\0\1\2\3\3", 5) + std::string(10, 0),
+         8, 4, 0x55},
+        {4, 4, 8, std::string("\1\2\3", 3), std::string("\1\2\3", 3) + std::string(13, 0), 8, 256,
+         1},
+        {2, 2, 24, std::string(4, '\7'), std::string(4, '\7') + std::string(8, 0), 24, 0, 0},
+        {2, 2, 32, "", std::string(16, 0), 32, 0, 0},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.depth);
@@ -85,7 +69,10 @@ TEST(FontTest, SheetLoaderReadsShortSheetsAndRefusesAbsurdOnes) {
         ASSERT_TRUE(img.ok);
         EXPECT_EQ(row.width, img.width);
         EXPECT_EQ(row.height, img.height);
+        EXPECT_EQ(row.bpp, img.bpp);
         EXPECT_EQ(row.pixels, img.Pixels());
+        EXPECT_EQ(row.colours, img.palette ? img.palette->size : 0u);
+        if (img.palette) EXPECT_EQ(row.grey1, img.palette->entries[1].r);
         if (row.depth > 8) continue; // fonts take depths 1, 2 and 8 only
         QZMFont font;
         ASSERT_TRUE(LoadInto(font, bytes));
@@ -219,5 +206,4 @@ TEST(FontTest, MetricsAndInfoFollowTheTable) {
     QZMFont swapped("s", 200, 100, nullptr, 8);
     EXPECT_EQ(100u, swapped.first);
     EXPECT_EQ(200u, swapped.last);
-
 }

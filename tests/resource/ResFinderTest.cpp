@@ -16,12 +16,6 @@
 
 namespace {
 
-std::string Slurp(QZMResFile* file) {
-    std::unique_ptr<QZMResFile> owned(file);
-    char buf[64];
-    return file ? std::string(buf, file->Read(buf, sizeof buf)) : "<none>";
-}
-
 // Directories "front" and "back" and an archive, known by their resolved absolute paths.
 class ResFinderTest : public ::testing::Test {
 protected:
@@ -56,14 +50,14 @@ TEST_F(ResFinderTest, FrontSourcesOverrideAndBackSourcesFallBack) {
     EXPECT_EQ(finder.FindRes("only.txt"), nullptr);
     ASSERT_TRUE(finder.AddSource(back.c_str(), false));
     ASSERT_TRUE(finder.AddSource(front.c_str(), true));
-    EXPECT_EQ(Slurp(finder.FindRes("both.txt")), "from front");
-    EXPECT_EQ(Slurp(finder.FindRes("only.txt")), "only back");
-    EXPECT_EQ(Slurp(finder.FindRes("missing.txt")), "<none>");
-    EXPECT_EQ(Slurp(finder.FindRes("")), "<none>");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("both.txt")), "from front");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("only.txt")), "only back");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("missing.txt")), "<none>");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("")), "<none>");
 
     ASSERT_TRUE(finder.AddSource(archive.c_str(), true));
     EXPECT_EQ(finder.FindSource(archive.c_str()), 0);
-    EXPECT_EQ(Slurp(finder.FindRes("both.txt")), "from archive");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("both.txt")), "from archive");
 }
 
 TEST_F(ResFinderTest, SourcesAreKnownByTheirProvidersName) {
@@ -96,5 +90,5 @@ TEST_F(ResFinderTest, RemoveSourceAlwaysAnswersFalse) {
     std::unique_ptr<QZMFileProvider> removed(finder.sources[0]); // no longer the finder's
     EXPECT_FALSE(finder.RemoveSource(front.c_str()));
     EXPECT_EQ(Listing(), "Resource Finder sources (2):\n- " + back + "\n- " + archive + "\n");
-    EXPECT_EQ(Slurp(finder.FindRes("both.txt")), "from back");
+    EXPECT_EQ(qzmtest::Drain(finder.FindRes("both.txt")), "from back");
 }

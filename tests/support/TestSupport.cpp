@@ -1,10 +1,12 @@
 #include "tests/support/TestSupport.h"
 
 #include <qzm/core/Log.h>
+#include <qzm/io/ResFile.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -48,6 +50,12 @@ std::string ReadFile(const std::string& path) {
 }
 
 bool FileExists(const std::string& path) { return fs::exists(path); }
+
+std::string Drain(QZMResFile* file) {
+    std::unique_ptr<QZMResFile> owned(file);
+    char buf[64];
+    return file ? std::string(buf, file->Read(buf, sizeof buf)) : "<none>";
+}
 
 LogCapture::LogCapture(unsigned level) : oldLevel(QZM::GetLogLevel()) {
     QZM::SetLogTarget(2, tmp.file("log.txt").c_str());

@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <string>
 
+class QZMResFile;
+
 namespace qzmtest {
 
 /// A fresh directory under $TMPDIR, removed with its content on destruction.
@@ -29,6 +31,8 @@ void WriteFile(const std::string& path, const std::string& bytes);
 /// The whole file, or "" when it cannot be read.
 std::string ReadFile(const std::string& path);
 bool FileExists(const std::string& path);
+/// What the stream gives from its position (up to 64 bytes), "<none>" for no stream; deletes it.
+std::string Drain(QZMResFile* file);
 
 /// Sends the library's log to a temporary file at the given level while alive.
 class LogCapture {

@@ -32,6 +32,7 @@ says() { grep -q -- "$2" "$1" || fail "$1 lacks '$2': $(cat "$1")"; }
 
 case_usage() {
     expect 0 --help && says out "Usage: qzmarch"
+    expect 0 --version && says out "^qzmarch (qzm) [0-9]*\.[0-9]*\.[0-9]*$"
     expect 2
     expect 2 frobnicate x && says err "unknown command"
     expect 2 list arch.qzm --bogus
@@ -47,9 +48,65 @@ case_create() {
     [ "$(head -c 4 long.pak)" = PACK ] || fail "--pak did not make a PAK"
     refused create arch.qzm c.txt && says err "arch.qzm: already exists"
     mkdir other && printf 'x' >other/a.txt
-    for bad in missing.txt empty.txt other/a.txt "$LONG"; do
-        expect 1 create new.qzm a.txt "$bad" && says err "$bad"
-        [ ! -e new.qzm ] || fail "a refused create left new.qzm behind"
+    # Each file that cannot be packed is named with its reason; the others are packed.
+    expect 1 create new.qzm a.txt missing.txt empty.txt other/a.txt "$LONG"
+    for bad in missing.txt empty.txt other/a.txt "$LONG"; do says err "$bad: "; done
+    expect 0 list new.qzm && [ "$(wc -l <out)" -eq 1 ] && says out " a.txt$"
+    expect 1 create none.qzm missing.txt
+    [ ! -e none.qzm ] || fail "a create with nothing to pack left none.qzm behind"
+}
+
+# A folder packs recursively: a PAK keeps the paths inside it, a QZM archive the file names.
+case_folders() {
+    mkdir -p data/progs data/maps data/dup && : >data/empty.bin
+    printf 'player' >data/progs/player.mdl && printf 'map' >data/maps/e1m1.bsp
+    printf 'other' >data/dup/player.mdl && printf 'top' >data/top.txt
+    expect 1 create --pak game.pak data/ && says err "data/empty.bin: empty file"
+    expect 0 list game.pak
+    [ "$(awk '{print $NF}' out | tr '\n' ' ')" = "dup/player.mdl maps/e1m1.bsp progs/player.mdl top.txt " ] ||
+        fail "PAK members: $(cat out)"
+    mkdir target && expect 0 extract game.pak -C target
+    for f in dup/player.mdl maps/e1m1.bsp progs/player.mdl top.txt; do
+        cmp -s "data/$f" "target/$f" || fail "extracted $f"
+    done
+    expect 1 create flat.qzm data
+    says err "data/progs/player.mdl: a member named player.mdl comes from data/dup/player.mdl"
+    expect 0 list flat.qzm && [ "$(wc -l <out)" -eq 3 ] || fail "QZM members: $(cat out)"
+}
+
+# Files of 2 GiB and more do not fit the formats' 32-bit offsets.
+case_big() {
+    truncate -s 2G huge.bin 2>/dev/null || { echo "qzmarch big: skipped (no sparse files)"; return; }
+    expect 1 create huge.qzm huge.bin && says err "huge.qzm: the archive would grow beyond 2 GiB"
+    refused add arch.qzm huge.bin
+}
+
+# An edit killed while it copies leaves the archive whole; the temporary file it leaves behind
+# is explained, and an edit that runs out of file size puts the archive back.
+case_faults() {
+    head -c 40000000 /dev/zero >big1 && head -c 40000000 /dev/zero >big2
+    "$QZMARCH" create big.qzm big1 big2 b.txt || fail "create big.qzm"
+    cp big.qzm big.orig
+    for edit in "rm big.qzm big1" "update big.qzm big1 a.txt"; do
+        rm -f QZMARCH.TMP
+        "$QZMARCH" $edit & pid=$!
+        n=0
+        while [ ! -s QZMARCH.TMP ] && [ "$n" -lt 200000 ]; do n=$((n + 1)); done
+        kill -9 "$pid"; wait "$pid"
+        cmp -s big.qzm big.orig || fail "qzmarch $edit, killed, changed the archive"
+    done
+    [ -e QZMARCH.TMP ] || fail "no edit was caught copying"
+    expect 1 rm big.qzm big1 && says err "QZMARCH.TMP: left by an edit that was interrupted"
+    rm -f QZMARCH.TMP big.qzm big.orig big1 big2
+    head -c 300000 /dev/zero >mid.bin && head -c 300000 /dev/zero >mid2.bin
+    "$QZMARCH" create lim.qzm a.txt b.txt mid.bin || fail "create lim.qzm"
+    # Limits in 512-byte blocks: the added data overwrites the directory before it fails.
+    for edit in "700 add lim.qzm mid2.bin" "700 update lim.qzm a.txt mid2.bin" "1 rm lim.qzm a.txt"; do
+        (ulimit -f ${edit%% *} && "$QZMARCH" ${edit#* }) 2>err && fail "qzmarch $edit passed the limit"
+        rm -rf got && mkdir got && expect 0 extract lim.qzm -C got
+        cmp -s got/a.txt a.txt && cmp -s got/b.txt b.txt && cmp -s got/mid.bin mid.bin &&
+            [ ! -e got/mid2.bin ] || fail "qzmarch $edit, out of space"
+        [ ! -e QZMARCH.TMP ] || fail "qzmarch $edit left QZMARCH.TMP"
     done
 }
 
@@ -111,16 +168,30 @@ case_info() {
     says out "bytes:   16"
 }
 
-# A hand-made archive whose member would escape the target directory.
+# pak_record NAME START SIZE: one 64-byte PAK directory record.
+pak_record() {
+    printf '%s' "$1" && head -c $((56 - ${#1})) /dev/zero
+    printf "\\$(printf %03o "$2")\\000\\000\\000\\$(printf %03o "$3")\\000\\000\\000"
+}
+
+# Hand-made archives whose members would escape the target directory: each is reported and
+# skipped, the safe ones are extracted.
 case_unsafe() {
     {
         printf 'QZMA\020\000\000\000\001\000\000\000data../evil'
         head -c 25 /dev/zero
         printf '\004\000\000\000\014\000\000\000\000\000\000\000'
     } >evil.qzm
+    {
+        printf 'PACK\020\000\000\000\000\001\000\000data'
+        for name in ../evil /tmp/evil a/../../evil ok/fine.txt; do pak_record "$name" 12 4; done
+    } >evil.pak
     mkdir target
     expect 1 extract evil.qzm -C target && says err "unsafe"
-    [ ! -e evil ] || fail "wrote outside the target directory"
+    expect 1 extract evil.pak -C target
+    for name in ../evil /tmp/evil a/../../evil; do says err "\"$name\": unsafe member name"; done
+    [ "$(cat target/ok/fine.txt)" = data ] || fail "the safe member was not extracted"
+    [ ! -e evil ] && [ ! -e /tmp/evil ] || fail "wrote outside the target directory"
 }
 
 printf 'alpha' >a.txt

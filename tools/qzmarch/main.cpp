@@ -1,21 +1,27 @@
 // qzmarch: packs game data into QZM or Quake PAK archives from the command line.
-// Every command checks all it can before the archive is touched, so a refused command leaves
-// the archive as it was.
+// Every command checks all it can before the archive is touched. Files that cannot be packed
+// and members that cannot be extracted are reported one by one and skipped; the exit status
+// then says that something was left out.
 
 #include <qzm/archive/ArchPAK.h>
 #include <qzm/archive/ArchQZM.h>
 #include <qzm/archive/Archive.h>
+#include <qzm/core/Version.h>
 #include <qzm/io/FileUtils.h>
 
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,18 +33,20 @@ const char kUsage[] =
     "Packs game data into QZM archives (or Quake PAK archives) and takes it out again.\n"
     "\n"
     "Commands:\n"
-    "  create [--pak] ARCHIVE [FILE...]      make a new archive holding the files\n"
+    "  create [--pak] ARCHIVE [FILE|DIR...]  make a new archive holding the files\n"
     "  list ARCHIVE                          size, date and name of every member\n"
-    "  add ARCHIVE FILE...                   add files as members named after them\n"
+    "  add ARCHIVE FILE|DIR...               add files as members named after them\n"
     "  rm ARCHIVE MEMBER...                  remove members\n"
     "  mv ARCHIVE MEMBER NEWNAME             rename a member\n"
     "  update ARCHIVE MEMBER FILE            replace a member's content with a file\n"
     "  extract ARCHIVE [MEMBER...] [-C DIR]  write members (all by default) into DIR (.)\n"
     "  info ARCHIVE                          format, member count and total size\n"
     "\n"
-    "Member names are file names without directories: up to 31 characters in QZM\n"
-    "archives, 56 in PAK archives. Members cannot be empty.\n"
-    "Exit status: 0 done, 1 failed, 2 bad usage.\n";
+    "A directory is packed with everything below it. QZM archives name members by file\n"
+    "name alone (up to 31 characters, no two alike); PAK archives name the files of a\n"
+    "directory by their path inside it, as in \"progs/player.mdl\" (up to 56 characters),\n"
+    "and extracting makes those folders again. Members cannot be empty.\n"
+    "Exit status: 0 done, 1 failed or something skipped, 2 bad usage.\n";
 
 enum Status { DONE = 0, FAILED = 1, BAD_USAGE = 2 };
 
@@ -137,30 +145,48 @@ Refusal CheckInputFile(const std::string& path, uint64_t& size) {
     return {};
 }
 
+Refusal CheckNameLength(const std::string& name, const QZMArchive& archive) {
+    if (name.size() <= NameMax(archive)) return {};
+    return {name, "member name too long (" + std::to_string(name.size()) + " characters, at most " +
+                      std::to_string(NameMax(archive)) + ")"};
+}
+
 Refusal CheckMemberName(const std::string& name, const QZMArchive& archive) {
     if (name.empty()) return {"\"\"", "empty member name"};
     if (name.find_first_of("/\\") != std::string::npos) {
         return {name, "member names cannot contain '/' or '\\'"};
     }
-    if (name.size() > NameMax(archive)) {
-        return {name, "member name too long (" + std::to_string(name.size()) +
-                          " characters, at most " + std::to_string(NameMax(archive)) + ")"};
-    }
-    return {};
+    return CheckNameLength(name, archive);
 }
 
-// Extraction writes to DIR/name, so a name must not lead anywhere else.
+std::vector<std::string> PathParts(const std::string& path) {
+    std::vector<std::string> parts(1);
+    for (char c : path) {
+        if (c == '/') parts.emplace_back();
+        else parts.back() += c;
+    }
+    return parts;
+}
+
+// A name with folders must stay below the directory it is extracted into.
+bool IsSafeMemberPath(const std::string& name) {
+    if (name.empty() || name[0] == '/') return false;
+    for (const std::string& part : PathParts(name)) {
+        if (part.empty() || part == "." || part == "..") return false;
+    }
+    return true;
+}
+
 Refusal CheckSafeToExtract(const char* name) {
     std::string text = name ? name : "";
-    if (text.empty() || text == "." || text == ".." || text.find('/') != std::string::npos) {
-        return {"\"" + text + "\"", "unsafe member name, not extracted"};
-    }
-    return {};
+    if (IsSafeMemberPath(text)) return {};
+    return {"\"" + text + "\"", "unsafe member name (absolute or leaving the directory), not extracted"};
 }
 
-Refusal CheckArchiveSize(const QZMArchive& archive, uint64_t dataEnd, uint64_t members) {
+Refusal CheckArchiveSize(const QZMArchive& archive, const std::string& path, uint64_t dataEnd,
+                         uint64_t members) {
     if (dataEnd + members * RecordSize(archive) <= kArchiveMax) return {};
-    return {archive.Name(), "the archive would grow beyond 2 GiB"};
+    return {path, "the archive would grow beyond 2 GiB"};
 }
 
 bool SameFile(const std::string& a, const char* b) {
@@ -181,30 +207,113 @@ int MemberIndex(const QZMArchive& archive, const std::string& member, Refusal& r
     return index;
 }
 
-Refusal CheckNewMembers(const QZMArchive& archive, const std::vector<std::string>& files,
-                        std::vector<std::string>& names) {
-    std::set<std::string> taken = MemberNames(archive);
-    uint64_t dataEnd = archive.dataEnd;
-    for (const std::string& file : files) {
-        uint64_t size = 0;
-        if (Refusal refusal = CheckInputFile(file, size)) return refusal;
-        if (SameFile(file, archive.Name())) return {file, "is the archive itself"};
-        std::string name = MemberNameOf(file);
-        if (Refusal refusal = CheckMemberName(name, archive)) return refusal;
-        if (!taken.insert(name).second) return {file, "a member named " + name + " already exists"};
-        names.push_back(name);
-        dataEnd += size;
+// A file to pack and the member it becomes; withFolders when its name keeps its path.
+struct NewMember {
+    std::string file;
+    std::string name;
+    bool withFolders;
+};
+
+// Every file below dir, sorted, named by its path inside dir. Directories reached through a
+// symbolic link are not followed, so a link loop cannot recurse forever.
+void CollectTree(const std::string& dir, const std::string& prefix, std::vector<NewMember>& out,
+                 std::vector<Refusal>& refused) {
+    DIR* stream = opendir(dir.c_str());
+    if (!stream) return refused.push_back({dir, ErrnoText()});
+    std::vector<std::string> names;
+    while (dirent* entry = readdir(stream)) {
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(name);
     }
-    return CheckArchiveSize(archive, dataEnd, archive.NbFiles() + files.size());
+    closedir(stream);
+    std::sort(names.begin(), names.end());
+    for (const std::string& name : names) {
+        std::string path = dir + "/" + name;
+        struct stat st;
+        if (lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            CollectTree(path, prefix + name + "/", out, refused);
+        } else {
+            out.push_back({path, prefix + name, true});
+        }
+    }
 }
 
-Refusal AddAll(QZMArchive& archive, const std::vector<std::string>& files,
-               const std::vector<std::string>& names) {
-    Progress progress("adding", files.size());
-    for (size_t i = 0; i < files.size(); ++i) {
-        if (archive.AddFile(files[i].c_str(), names[i].c_str()) < 0) {
-            return {files[i], "could not be copied into the archive"};
+// The operands as members: files by their name, directories by everything below them.
+std::vector<NewMember> Expand(const std::vector<std::string>& operands,
+                              std::vector<Refusal>& refused) {
+    std::vector<NewMember> members;
+    for (std::string operand : operands) {
+        while (operand.size() > 1 && operand.back() == '/') operand.pop_back();
+        if (QZMFileUtils::IsDir(operand.c_str())) {
+            CollectTree(operand, "", members, refused);
+        } else {
+            members.push_back({operand, MemberNameOf(operand), false});
         }
+    }
+    return members;
+}
+
+// QZM archives keep file names alone; PAK archives keep the path inside a packed directory.
+Refusal CheckNewName(NewMember& member, const QZMArchive& archive) {
+    if (archive.type != QZMArchive::FORMAT_PAK && member.withFolders) {
+        member.name = MemberNameOf(member.name);
+        member.withFolders = false;
+    }
+    if (!member.withFolders) return CheckMemberName(member.name, archive);
+    if (!IsSafeMemberPath(member.name)) return {member.name, "unusable member name"};
+    return CheckNameLength(member.name, archive);
+}
+
+// Why a member cannot be added, or nothing. taken maps the names in use to the files that
+// will fill them (empty for the archive's own members).
+std::string Obstacle(NewMember& member, const QZMArchive& archive, const std::string& path,
+                     std::map<std::string, std::string>& taken) {
+    uint64_t size = 0;
+    if (Refusal refusal = CheckInputFile(member.file, size)) return refusal.reason;
+    if (SameFile(member.file, path.c_str())) return "is the archive itself";
+    if (Refusal refusal = CheckNewName(member, archive)) return refusal.reason;
+    auto holder = taken.emplace(member.name, member.file);
+    if (holder.second) return {};
+    const std::string& other = holder.first->second;
+    return "a member named " + member.name + (other.empty() ? " already exists" : " comes from " + other);
+}
+
+// The members that can be added; every other file goes to refused, with its reason.
+std::vector<NewMember> Admit(const QZMArchive& archive, const std::string& path,
+                             std::vector<NewMember> candidates, std::vector<Refusal>& refused) {
+    std::map<std::string, std::string> taken;
+    for (const std::string& name : MemberNames(archive)) taken[name] = "";
+    std::vector<NewMember> admitted;
+    for (NewMember& member : candidates) {
+        std::string obstacle = Obstacle(member, archive, path, taken);
+        if (obstacle.empty()) admitted.push_back(member);
+        else refused.push_back({member.file, obstacle});
+    }
+    return admitted;
+}
+
+uint64_t TotalBytes(const std::vector<NewMember>& members) {
+    uint64_t total = 0;
+    for (const NewMember& member : members) {
+        struct stat st;
+        if (stat(member.file.c_str(), &st) == 0) total += uint64_t(st.st_size);
+    }
+    return total;
+}
+
+int Report(const std::vector<Refusal>& refused) {
+    for (const Refusal& refusal : refused) Fail(refusal);
+    return refused.empty() ? DONE : FAILED;
+}
+
+Refusal AddAll(QZMArchive& archive, const std::vector<NewMember>& members) {
+    Progress progress("adding", members.size());
+    for (size_t i = 0; i < members.size(); ++i) {
+        const NewMember& member = members[i];
+        const char* file = member.file.c_str();
+        int index = member.withFolders ? archive.AddFileAs(file, member.name.c_str())
+                                       : archive.AddFile(file, member.name.c_str());
+        if (index < 0) return {member.file, "could not be copied into the archive"};
         progress.Step(i + 1);
     }
     return {};
@@ -229,7 +338,9 @@ Refusal MoveBesideArchive(const QZMArchive& archive) {
     std::string dir = DirectoryOf(archive.Name());
     if (chdir(dir.c_str()) != 0 || access(".", W_OK) != 0) return {dir, ErrnoText()};
     if (QZMFileUtils::FileExist(kTempName)) {
-        return {dir + "/" + kTempName, "temporary file in the way; remove it first"};
+        return {dir + "/" + kTempName,
+                "left by an edit that was interrupted, or made by another program; the archive "
+                "is as it was before that edit. Remove the file, then run the command again"};
     }
     return {};
 }
@@ -252,14 +363,18 @@ int RunCreate(const Command& command) {
     if (QZMFileUtils::FileExist(path.c_str())) return Fail({path, "already exists"});
     Archive archive(command.pak ? static_cast<QZMArchive*>(new QZMArchPAK)
                                 : static_cast<QZMArchive*>(new QZMArchQZM));
-    std::vector<std::string> names;
-    if (Refusal refusal = CheckNewMembers(*archive, files, names)) return Fail(refusal);
+    std::vector<Refusal> refused;
+    std::vector<NewMember> members = Admit(*archive, path, Expand(files, refused), refused);
+    if (members.empty() && !refused.empty()) return Report(refused);
+    uint64_t dataEnd = archive->dataEnd + TotalBytes(members);
+    Refusal refusal = CheckArchiveSize(*archive, path, dataEnd, members.size());
+    if (refusal) return Fail(refusal);
     if (!archive->Create(path.c_str())) return Fail({path, "cannot create: " + ErrnoText()});
-    if (Refusal refusal = AddAll(*archive, files, names)) {
+    if ((refusal = AddAll(*archive, members))) {
         QZMFileUtils::FileRemove(path.c_str()); // it did not exist before
         return Fail(refusal);
     }
-    return DONE;
+    return Report(refused);
 }
 
 int RunList(const QZMArchive& archive) {
@@ -278,10 +393,13 @@ int RunInfo(const QZMArchive& archive) {
 
 int RunAdd(QZMArchive& archive, const std::vector<std::string>& files) {
     if (files.empty()) return BadUsage("add: missing FILE");
-    std::vector<std::string> names;
-    if (Refusal refusal = CheckNewMembers(archive, files, names)) return Fail(refusal);
-    if (Refusal refusal = AddAll(archive, files, names)) return Fail(refusal);
-    return DONE;
+    std::vector<Refusal> refused;
+    std::vector<NewMember> members = Admit(archive, archive.Name(), Expand(files, refused), refused);
+    uint64_t dataEnd = archive.dataEnd + TotalBytes(members);
+    Refusal refusal = CheckArchiveSize(archive, archive.Name(), dataEnd, archive.NbFiles() + members.size());
+    if (refusal) return Fail(refusal);
+    if ((refusal = AddAll(archive, members))) return Fail(refusal);
+    return Report(refused);
 }
 
 int RunRemove(QZMArchive& archive, const std::vector<std::string>& members) {
@@ -296,10 +414,14 @@ int RunRemove(QZMArchive& archive, const std::vector<std::string>& members) {
         return Fail({archive.Name(), "cannot remove every member; delete the archive instead"});
     }
     if ((refusal = MoveBesideArchive(archive))) return Fail(refusal);
+    // Every removal copies the rest of the archive, so many take a while.
+    Progress progress("removing", doomed.size());
+    size_t done = 0;
     for (const std::string& member : doomed) {
         if (!archive.RemoveFile(static_cast<unsigned>(archive.FindFile(member.c_str())))) {
             return Fail({archive.Name(), "could not remove " + member});
         }
+        progress.Step(++done);
     }
     return DONE;
 }
@@ -326,7 +448,9 @@ int RunUpdate(QZMArchive& archive, const std::vector<std::string>& operands) {
     uint64_t size = 0;
     if ((refusal = CheckInputFile(operands[1], size))) return Fail(refusal);
     uint64_t dataEnd = uint64_t(archive.dataEnd) - archive.FileSize(index) + size;
-    if ((refusal = CheckArchiveSize(archive, dataEnd, archive.NbFiles()))) return Fail(refusal);
+    if ((refusal = CheckArchiveSize(archive, archive.Name(), dataEnd, archive.NbFiles()))) {
+        return Fail(refusal);
+    }
     std::string file = Absolute(operands[1]);
     if ((refusal = MoveBesideArchive(archive))) return Fail(refusal);
     if (!archive.UpdateFile(static_cast<unsigned>(index), file.c_str())) {
@@ -344,20 +468,28 @@ Refusal SelectMembers(const QZMArchive& archive, const std::vector<std::string>&
         chosen.push_back(static_cast<unsigned>(index));
     }
     for (unsigned i = 0; members.empty() && i < archive.NbFiles(); ++i) chosen.push_back(i);
-    for (unsigned index : chosen) {
-        if ((refusal = CheckSafeToExtract(archive.FileName(index)))) return refusal;
+    return {};
+}
+
+// Makes the folders of a member's path below dir.
+Refusal MakeFolders(const std::string& dir, const std::string& name) {
+    std::vector<std::string> parts = PathParts(name);
+    std::string path = dir;
+    for (size_t i = 0; i + 1 < parts.size(); ++i) {
+        path += "/" + parts[i];
+        if (mkdir(path.c_str(), 0777) != 0 && !QZMFileUtils::IsDir(path.c_str())) {
+            return {path, ErrnoText()};
+        }
     }
     return {};
 }
 
-Refusal ExtractChosen(const QZMArchive& archive, const std::vector<unsigned>& chosen,
-                      const std::string& dir) {
-    Progress progress("extracting", chosen.size());
-    for (size_t i = 0; i < chosen.size(); ++i) {
-        std::string dest = dir + "/" + archive.FileName(chosen[i]);
-        if (!archive.ExtractFile(chosen[i], dest.c_str())) return {dest, "could not write"};
-        progress.Step(i + 1);
-    }
+Refusal ExtractOne(const QZMArchive& archive, unsigned index, const std::string& dir) {
+    const char* name = archive.FileName(index);
+    if (Refusal refusal = CheckSafeToExtract(name)) return refusal;
+    if (Refusal refusal = MakeFolders(dir, name)) return refusal;
+    std::string dest = dir + "/" + name;
+    if (!archive.ExtractFile(index, dest.c_str())) return {dest, "could not write"};
     return {};
 }
 
@@ -366,8 +498,13 @@ int RunExtract(const QZMArchive& archive, const Command& command) {
     if (!QZMFileUtils::IsDir(command.dir.c_str())) return Fail({command.dir, "no such directory"});
     std::vector<unsigned> chosen;
     if (Refusal refusal = SelectMembers(archive, members, chosen)) return Fail(refusal);
-    if (Refusal refusal = ExtractChosen(archive, chosen, command.dir)) return Fail(refusal);
-    return DONE;
+    std::vector<Refusal> failed;
+    Progress progress("extracting", chosen.size());
+    for (size_t i = 0; i < chosen.size(); ++i) {
+        if (Refusal refusal = ExtractOne(archive, chosen[i], command.dir)) failed.push_back(refusal);
+        progress.Step(i + 1);
+    }
+    return Report(failed);
 }
 
 int RunOnArchive(const Command& command) {
@@ -428,6 +565,13 @@ int main(int argc, char** argv) {
         fputs(kUsage, stdout);
         return DONE;
     }
+    if (command.name == "--version") {
+        printf("qzmarch (qzm) %s\n", QZM::Versiont());
+        return DONE;
+    }
+    // Past a file size limit, writes then fail and the archive is put back as it was,
+    // instead of the process being killed halfway through an edit.
+    signal(SIGXFSZ, SIG_IGN);
     if (!IsKnownCommand(command.name)) return BadUsage("unknown command " + command.name);
     std::string problem = ParseOptions(argc, argv, command);
     if (!problem.empty()) return BadUsage(problem);

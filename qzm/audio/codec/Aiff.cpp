@@ -3,9 +3,11 @@
 // 754 extended). "SSND": offset (4), block size (4), then the samples from offset bytes on.
 // Reads 8-bit samples (labelled unsigned as they stand) and 16-bit ones (swapped to little-
 // endian). Refuses other widths, a rate that is not a whole number from 2 to 2^30 - 1, and a
-// file without "SSND".
+// file without "SSND". Musics swap each chunk of 16-bit samples as they read it.
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <qzm/audio/codec/internal/Readers.h>
@@ -103,5 +105,18 @@ bool QZMSound::LoadAIFF(QZMResFile& f) {
         SwapBytes16(data, data, size / 2);
         format ^= FORMAT_BIG_ENDIAN;
     }
+    return true;
+}
+
+bool QZMMusic::ReadAIFF(QZMResFile& f) {
+    AiffLayout layout;
+    if (!ReadAiffLayout(f, layout)) return false;
+    channels = layout.channels;
+    freq = int(layout.freq);
+    if (layout.bits != 0) format = layout.bits == 8 ? FORMAT_U8 : FORMAT_S16LSB;
+    // Nothing is allocated: a length past 32 bits only plays its first 4 GiB.
+    const uint32_t size = uint32_t(std::min<uint64_t>(layout.size, UINT32_MAX));
+    total = WholeFrames(size, layout.bits / 8, layout.channels);
+    start = int(uint32_t(layout.dataPos));
     return true;
 }

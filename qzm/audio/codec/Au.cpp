@@ -1,7 +1,9 @@
 // Sun/NeXT AU, big-endian. 0 ".snd", 4 data offset, 8 data size (0xFFFFFFFF: up to the end of
 // the stream), 12 encoding, 16 rate, 20 channels (4 bytes each); the samples from the offset on.
 // Reads encodings 2 (8-bit signed linear) and 3 (16-bit signed linear, swapped to little-endian).
-// Refuses the others (mu-law among them) and data shorter than the header says.
+// Refuses the others (mu-law among them) and data shorter than the header says. Musics swap
+// each chunk of 16-bit samples as they read it and end early when the data is short.
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
 #include <new>
@@ -73,4 +75,15 @@ bool QZMSound::LoadAU(QZMResFile& f) {
     }
     size = WholeFrames(layout.size, layout.bits / 8, layout.channels);
     return got == layout.size;
+}
+
+bool QZMMusic::ReadAU(QZMResFile& f) {
+    AuLayout layout;
+    if (!ReadAuHeader(f, layout)) return false;
+    format = layout.bits == 8 ? FORMAT_S8 : FORMAT_S16LSB;
+    freq = int(layout.freq);
+    channels = int(layout.channels);
+    start = int(layout.offset);
+    total = WholeFrames(layout.size, layout.bits / 8, layout.channels);
+    return true;
 }

@@ -1,9 +1,12 @@
 // Ogg Vorbis through libvorbisfile, which reads, seeks and tells through the callbacks below on
 // the library's own streams and never closes them. The samples are decoded straight into the
 // open mixer's width, sign and byte order (signed 16-bit little-endian while it is closed).
-// Refuses what libvorbisfile cannot open and a length that the stream could not hold.
+// Refuses what libvorbisfile cannot open and a length that the stream could not hold. Musics
+// decode chunk by chunk into their target's layout, following the chain of logical bitstreams.
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -120,4 +123,76 @@ bool QZMSound::LoadOGG(QZMResFile& f) {
     ov_clear(&vf);
     if (!ok) Clear();
     return ok;
+}
+
+bool QZMMusic::ReadOGG(QZMResFile& f) {
+    vf = new (std::nothrow) OggVorbis_File;
+    if (!vf || !OpenOgg(f, *vf)) return false;
+    const vorbis_info* info = ov_info(vf, -1);
+    const ogg_int64_t frames = ov_pcm_total(vf, -1);
+    if (!info || frames < 0) {
+        ov_clear(vf);
+        return false;
+    }
+    freq = int(info->rate);
+    channels = info->channels;
+    format = OggOutputFormat();
+    // Nothing is allocated: a length past 32 bits only plays its first 4 GiB.
+    const uint64_t frameBytes = uint64_t(SampleBytes(format)) * uint32_t(channels);
+    const uint64_t bytes = std::min<uint64_t>(uint64_t(frames) * frameBytes, UINT32_MAX);
+    total = WholeFrames(uint32_t(bytes), SampleBytes(format), uint32_t(channels));
+    start = -1;
+    return true;
+}
+
+// Decodes into the chunk until it is full, the stream ends, or a read comes from another
+// logical bitstream than the chunk's first (its bytes are kept); bitstream is the last one
+// read. Gives the bytes read, or -1 for a decoding error before any.
+long QZMMusic::DecodeChunk(int& bitstream) {
+    const OggSampleLayout layout = OggLayoutOf(mixformat);
+    if (layout.word != 1 && layout.word != 2) return -1;
+    uint32_t got = 0;
+    int first = -1;
+    while (got < chunklen) {
+        const long n = ov_read(vf, reinterpret_cast<char*>(buffer + got), int(chunklen - got),
+                               layout.bigEndian, layout.word, layout.isSigned, &bitstream);
+        if (n <= 0) return n < 0 && got == 0 ? -1 : long(got);
+        got += uint32_t(n);
+        if (first < 0)
+            first = bitstream;
+        else if (bitstream != first)
+            break;
+    }
+    return long(got);
+}
+
+unsigned char* QZMMusic::NextOggData() {
+    const uint32_t prev = chunklen;
+    chunklen = ChunkAhead();
+    long got = 0;
+    int bitstream = start;
+    if (chunklen != 0) {
+        if (!Reserve(chunklen, false)) return EndOfStream();
+        if (prev == 0) {
+            ov_pcm_seek(vf, 0);
+            start = -1;
+        }
+        got = DecodeChunk(bitstream);
+    }
+    if (got < 0) {
+        Clear();
+        return nullptr;
+    }
+    if (got == 0) return EndOfStream();
+    pos += uint32_t(got);
+    chunklen = uint32_t(got);
+    if (bitstream != start) {
+        start = bitstream;
+        const vorbis_info* info = ov_info(vf, -1);
+        if (!info || info->channels > 2) return EndOfStream();
+        channels = info->channels;
+        freq = int(info->rate);
+    }
+    ConvertOggChunk();
+    return buffer;
 }

@@ -5,7 +5,9 @@
 // block (2) and, for Microsoft ADPCM, the count of coefficient pairs (2, must be 7) and the
 // pairs (7 x 2 x 2). "data" body: the samples.
 // Reads PCM of 8 and 16 bits and Microsoft and IMA ADPCM of 4 bits (decoded to signed 16-bit).
-// Refuses other encodings and widths, a missing fmt or data chunk and short data.
+// Refuses other encodings and widths, a missing fmt or data chunk and short data. Musics stream
+// PCM only and refuse both ADPCM encodings.
+#include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
 
 #include <new>
@@ -125,5 +127,34 @@ bool QZMSound::LoadWAV(QZMResFile& f) {
     }
     if (!Decode(f, fmt.encoding, &data, &len)) return false;
     size = WavFrameBytes(len, format, fmt.channels);
+    return true;
+}
+
+namespace {
+
+// Musics stream PCM only.
+bool PcmEncoding(QZMResFile& f, unsigned encoding) {
+    switch (encoding) {
+    case WAV_PCM: return true;
+    case WAV_MS_ADPCM: QZM::WARN("Sound: MS_ADPCM not supported - %s\n", NameOf(f)); return false;
+    case WAV_IMA_ADPCM:
+        QZM::WARN("Sound: IMA_ADPCM not supported - %s\n", NameOf(f));
+        return false;
+    default: QZM::WARN("Sound: Unknown WAV data format - %s\n", NameOf(f)); return false;
+    }
+}
+
+} // namespace
+
+bool QZMMusic::ReadWAV(QZMResFile& f) {
+    WavFormat fmt;
+    ChunkDef chunk;
+    if (!ReadWavFormat(f, fmt) || !PcmEncoding(f, fmt.encoding) ||
+        !WavSampleFormat(f, fmt, format) || !FindWavData(f, chunk))
+        return false;
+    channels = fmt.channels;
+    freq = int(fmt.freq);
+    start = int(f.GetPos());
+    total = WholeFrames(chunk.size, SampleBytes(format), fmt.channels);
     return true;
 }

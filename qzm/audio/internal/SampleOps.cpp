@@ -23,6 +23,18 @@ inline int32_t Clip(int32_t v, int32_t lo, int32_t hi) { return v < lo ? lo : v 
 
 } // namespace
 
+const char* SoundFormatName(int format) {
+    switch (format) {
+    case FORMAT_U8: return "8 bits unsigned";
+    case FORMAT_U16LSB: return "16 bits unsigned LSB";
+    case FORMAT_U16MSB: return "16 bits unsigned MSB";
+    case FORMAT_S8: return "8 bits signed";
+    case FORMAT_S16LSB: return "16 bits signed LSB";
+    case FORMAT_S16MSB: return "16 bits signed MSB";
+    default: return "unknown";
+    }
+}
+
 void SwapBytes16(const uint8_t* src, uint8_t* dst, uint32_t n) {
     uint32_t i = 0;
 #ifdef __SSE2__
@@ -49,13 +61,13 @@ void FlipSign(const uint8_t* src, uint8_t* dst, uint32_t bytes, int format) {
         return;
     }
     const unsigned high = (format & FORMAT_BIG_ENDIAN) ? 0 : 1;
-    memcpy(dst, src, bytes);
+    if (dst != src) memcpy(dst, src, bytes);
     for (uint32_t i = high; i < bytes; i += 2) dst[i] ^= 0x80;
 }
 
 void Widen8to16(const uint8_t* src, uint8_t* dst, uint32_t n, bool bigEndian) {
     const unsigned high = bigEndian ? 0 : 1;
-    for (uint32_t i = 0; i < n; i++) {
+    for (uint32_t i = n; i-- > 0;) { // backwards: in place, each byte is read before overwritten
         dst[2 * i + high] = src[i];
         dst[2 * i + 1 - high] = 0;
     }
@@ -66,16 +78,35 @@ void Narrow16to8(const uint8_t* src, uint8_t* dst, uint32_t n, bool bigEndian) {
     for (uint32_t i = 0; i < n; i++) dst[i] = src[2 * i + high];
 }
 
-void RepeatSamples(const uint8_t* src, uint8_t* dst, uint32_t n, unsigned sampleBytes) {
-    for (uint32_t i = 0; i < n; i++, src += sampleBytes, dst += 2 * sampleBytes) {
-        memcpy(dst, src, sampleBytes);
-        memcpy(dst + sampleBytes, src, sampleBytes);
+namespace {
+
+// Backwards, so that src may equal dst: sample i is read before 2i and 2i + 1 are written.
+template <unsigned kWidth> void Repeat(const uint8_t* src, uint8_t* dst, uint32_t n) {
+    for (uint32_t i = n; i-- > 0;) {
+        uint8_t sample[kWidth];
+        memcpy(sample, src + i * kWidth, kWidth);
+        memcpy(dst + 2 * i * kWidth, sample, kWidth);
+        memcpy(dst + (2 * i + 1) * kWidth, sample, kWidth);
     }
 }
 
+// Forwards, so that src may equal dst: sample 2i is read before i is written.
+template <unsigned kWidth> void DropOdd(const uint8_t* src, uint8_t* dst, uint32_t n) {
+    for (uint32_t i = 0; i < n; i++) {
+        uint8_t sample[kWidth];
+        memcpy(sample, src + 2 * i * kWidth, kWidth);
+        memcpy(dst + i * kWidth, sample, kWidth);
+    }
+}
+
+} // namespace
+
+void RepeatSamples(const uint8_t* src, uint8_t* dst, uint32_t n, unsigned sampleBytes) {
+    sampleBytes == 2 ? Repeat<2>(src, dst, n) : Repeat<1>(src, dst, n);
+}
+
 void DropOddSamples(const uint8_t* src, uint8_t* dst, uint32_t n, unsigned sampleBytes) {
-    for (uint32_t i = 0; i < n; i++, src += 2 * sampleBytes, dst += sampleBytes)
-        memcpy(dst, src, sampleBytes);
+    sampleBytes == 2 ? DropOdd<2>(src, dst, n) : DropOdd<1>(src, dst, n);
 }
 
 void SumPairs(const uint8_t* src, uint8_t* dst, uint32_t n, int format) {

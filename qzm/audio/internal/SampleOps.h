@@ -2,8 +2,9 @@
 #include <cstdint>
 
 // Audio format codes and the sample transforms behind the format conversions of sounds and
-// music chunks. Each transform reads src and writes dst, which must not overlap unless said
-// otherwise; counts are in samples of the given width (1 or 2 bytes), or in bytes where said.
+// music chunks. Each transform reads src and writes dst, which may be the same buffer (music
+// chunks convert in place) but must not overlap otherwise; counts are in samples of the given
+// width (1 or 2 bytes), or in bytes where said.
 namespace QZM::internal {
 
 /// SDL audio format codes: the low byte is the width in bits.
@@ -21,7 +22,10 @@ enum : int {
 /// Bytes of one sample: 2 for the 16-bit formats, 1 otherwise.
 inline unsigned SampleBytes(int format) { return (format & 0xFF) > 8 ? 2 : 1; }
 
-/// Swaps the two bytes of n 16-bit samples; src may equal dst.
+/// The name PrintInfo shows for a format code ("8 bits unsigned" ...), "unknown" for others.
+const char* SoundFormatName(int format);
+
+/// Swaps the two bytes of n 16-bit samples.
 void SwapBytes16(const uint8_t* src, uint8_t* dst, uint32_t n);
 
 /// XORs the sign bit of every sample of `bytes` bytes in the given format: every byte at width

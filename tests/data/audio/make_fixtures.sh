@@ -123,3 +123,22 @@ oggdec -Q -R -b 8 -s 0 -o "$tmp/ogg.u8" "$out/vorbis_stereo.ogg"
 row vorbis_stereo.ogg 0x8010 8000 2 "$tmp/ogg.s16l"
 row vorbis_stereo.ogg 0x9010 8000 2 "$tmp/ogg.s16b"
 row vorbis_stereo.ogg 0x0008 8000 2 "$tmp/ogg.u8"
+
+# Music fixtures. 20000 frames of mono unsigned 8-bit at 22050 Hz: 20000 data bytes, chunks of
+# 8192, 8192 and 3616.
+sox -D -R -r 22050 -c 1 -n -b 8 -e unsigned-integer "$out/music_u8_mono.wav" synth 20000s sine 300
+# Two logical bitstreams, concatenated: the same format twice, another rate, six channels.
+music_ogg() { sox -D -R -r "$2" -c "$3" -n -b 16 "$tmp/$1.wav" synth 0.3 sine "$4"; \
+    oggenc -Q -q 0 --serial "$5" -o "$tmp/$1.ogg" "$tmp/$1.wav"; }
+music_ogg first 8000 2 440 1
+music_ogg again 8000 2 550 2
+music_ogg faster 16000 2 660 3
+music_ogg six 8000 6 770 4
+cat "$tmp/first.ogg" "$tmp/again.ogg" >"$out/vorbis_chained.ogg"
+cat "$tmp/first.ogg" "$tmp/faster.ogg" >"$out/vorbis_rate_change.ogg"
+cat "$tmp/first.ogg" "$tmp/six.ogg" >"$out/vorbis_six_channels.ogg"
+# music_expected.txt: FILE BYTES FNV of the chain decoded link by link (oggdec, signed 16-bit
+# little-endian). Decoding the chained file in one go, oggdec starts at its last link.
+for f in first again; do oggdec -Q -R -b 16 -e 0 -s 1 -o "$tmp/$f.raw" "$tmp/$f.ogg"; done
+cat "$tmp/first.raw" "$tmp/again.raw" >"$tmp/chained.raw"
+echo "vorbis_chained.ogg $(fnv "$tmp/chained.raw")" >"$out/music_expected.txt"

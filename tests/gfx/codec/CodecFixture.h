@@ -141,14 +141,4 @@ void ExpectFixtures(Loader load, const FixtureRow (&rows)[N]) {
     }
 }
 
-/// Loads every truncation of every fixture: whatever the results, nothing may go out of bounds.
-template <size_t N>
-void LoadEveryPrefix(Loader load, const FixtureRow (&rows)[N]) {
-    LogCapture log;
-    for (const FixtureRow& row : rows) {
-        std::string bytes = Fixture(row.file);
-        for (size_t n = 1; n < bytes.size(); n++) Loaded(load, bytes.substr(0, n));
-    }
-}
-
 } // namespace qzmtest

@@ -89,8 +89,6 @@ TEST(PcxTest, AbsurdHeadersAreRefusedBeforeAllocating) {
     }, "");
 }
 
-TEST(PcxTest, EveryPrefixOfEveryFixtureLoadsSafely) { LoadEveryPrefix(Load_PCX, kPcxFixtures); }
-
 TEST(PcxTest, SaveWritesTheLayoutByteForByte) {
     QZMImage image(131, 1, 8);
     memset(image.pixels, 4, 130);

@@ -19,9 +19,10 @@ run() {
 case $2 in
 usage)
     run 0 --help && check grep -q "qzmlang build SOURCE.txt OUT.lng" out
-    run 2 && check grep -q "^usage:" err
-    run 2 build only.txt
-    run 2 frobnicate a b ;;
+    run 0 --version && check grep -q "^qzmlang (qzm) [0-9]*\.[0-9]*\.[0-9]*$" out
+    run 2 && check grep -q "^qzmlang: missing command" err && check grep -q "^usage:" err
+    run 2 build only.txt && check grep -q "^qzmlang: build needs" err
+    run 2 frobnicate a b && check grep -q "^qzmlang: unknown command" err ;;
 roundtrip)
     # Comments, blank lines, CRLF, unsorted and zero-padded numbers, a literal tab.
     printf '# menu\r\nname: Fran\303\247ais\r\n\r\n10: Quitter\\tQ\n2:\n' >messy.txt
@@ -34,14 +35,14 @@ roundtrip)
     run 0 build canonical.txt again.lng && check cmp -s fr.lng again.lng ;;
 errors)
     printf 'name: English\n\n1 Hello\n' >bad.txt
-    run 1 build bad.txt bad.lng && check grep -q '^bad.txt:3: expected "NUMBER: text"' err
+    run 1 build bad.txt bad.lng && check grep -q '^qzmlang: bad.txt:3: expected "NUMBER: text"' err
     check test ! -e bad.lng
     run 1 build missing.txt out.lng && check grep -q 'missing.txt: cannot open' err
     printf 'name: English\n0: hi\n' >good.txt
     run 1 build good.txt no/such/dir/out.lng && check grep -q 'cannot create' err
     printf 'LanG\000\005Eng' >short.lng
     run 1 dump short.lng && check test ! -s out
-    check grep -q 'short.lng: not a readable language file' err ;;
+    check grep -q '^qzmlang: short.lng: not a readable language file' err ;;
 *)
     echo "unknown case $2" >&2
     exit 2 ;;

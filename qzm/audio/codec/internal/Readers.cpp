@@ -22,6 +22,12 @@ int DetectSoundFormat(QZMResFile& f) {
     }
 }
 
+int SoundLoadCode(QZMResFile& f, int format) {
+    if (f.state != QZMResFile::ST_OK) return SOUND_DETECT;
+    if (format == SOUND_DETECT) format = DetectSoundFormat(f);
+    return format > SOUND_DETECT && format <= SOUND_OGG ? format : SOUND_DETECT;
+}
+
 bool ReadFormHeader(QZMResFile& f, uint32_t outer, uint32_t form, const char* message) {
     if (!Readable(f)) return false;
     const uint32_t id = f.Read32();

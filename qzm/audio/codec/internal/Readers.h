@@ -25,6 +25,9 @@ bool Readable(QZMResFile& f);
 
 /// The Load code for the stream's first four bytes, 0 when none matches; back at the start.
 int DetectSoundFormat(QZMResFile& f);
+/// The reader for Load's format argument (0 detects): 0 for a stream whose state is not ST_OK,
+/// undetected data or an unknown code.
+int SoundLoadCode(QZMResFile& f, int format);
 
 /// Reads a container's first 12 bytes: its id, a size (ignored), its form. When they are not
 /// `outer` and `form`, logs `message` with the stream's name and gives false; so does Readable.
