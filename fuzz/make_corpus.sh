@@ -25,6 +25,7 @@ seed image_detect "$gfx/bmp8_rle.bmp" "$gfx/pcx8_runs.pcx" "$gfx/gif_transparent
     "$gfx/tga_map_rle.tga" "$run/demo_assets/font.qzmf"
 seed font "$run/demo_assets/font.qzmf"
 seed font_v1 "$run/demo_assets/font.qzmf"
+seed gl_font "$run/demo_assets/font.qzmf"
 seed data "$run/demo.cfg" "$run/demo.scores" "$run/lang/en.lng" "$run/lang/fr.lng"
 seed sound_wav "$audio"/*.wav
 seed sound_aiff "$audio"/*.aiff

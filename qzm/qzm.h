@@ -47,3 +47,7 @@
 #include <qzm/audio/Mixer.h>
 #include <qzm/audio/Music.h>
 #include <qzm/audio/Sound.h>
+
+#include <qzm/gl/Font.h>
+#include <qzm/gl/Screen.h>
+#include <qzm/gl/TexMgr.h>

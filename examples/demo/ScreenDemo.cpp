@@ -69,18 +69,23 @@ bool FadeOnPalette(QZMScreen& screen, QZMImage& scene, bool window) {
     return true;
 }
 
-// The screen writes to the first free number; look for it the same way to name the file.
 bool TakeScreenshot(QZMScreen& screen) {
-    char name[64];
-    int n = 0;
-    do snprintf(name, sizeof name, "%s%03d.bmp", kShotPrefix, n);
-    while (QZMFileUtils::FileExist(name) && ++n < 999);
+    const std::string name = NextShotName(kShotPrefix);
     if (!screen.BMPScreenshot(kShotPrefix)) return false;
-    printf("screen: screenshot written to %s\n", name);
+    printf("screen: screenshot written to %s\n", name.c_str());
     return true;
 }
 
 } // namespace
+
+// The screens write to the first free number; look for it the same way to name the file.
+std::string NextShotName(const char* prefix) {
+    char name[64];
+    int n = 0;
+    do snprintf(name, sizeof name, "%s%03d.bmp", prefix, n);
+    while (QZMFileUtils::FileExist(name) && ++n < 999);
+    return name;
+}
 
 bool RunScreenDemo(bool window) {
     if (!window) setenv("SDL_VIDEODRIVER", "dummy", 0);

@@ -3,11 +3,13 @@
 // through the resource manager, renders a scene with a font and a sprite it made, then
 // shows the scene on screen, plays music with sound effects (captured into demo.wav), and keeps
 // its settings, texts in two languages and a high-score table. It runs headless (SDL's dummy
-// video driver, the disk audio driver) unless given --window.
+// video driver, the disk audio driver) unless given --window; --gl shows the scene and the
+// font with OpenGL too, which needs an X display.
 #include <qzm/qzm.h>
 
 #include "ArchiveDemo.h"
 #include "DataDemo.h"
+#include "GLDemo.h"
 #include "SceneDemo.h"
 #include "ScreenDemo.h"
 #include "SoundDemo.h"
@@ -59,24 +61,25 @@ bool ThroughByteRange(QZMText& table) {
     return SameStrings(table, back);
 }
 
-// Takes --window out of the arguments, which are otherwise settings options.
-bool TakeWindowOption(int& argc, char** argv) {
+// Takes the option out of the arguments, which are otherwise settings options.
+bool TakeOption(const char* option, int& argc, char** argv) {
     int kept = 1;
-    bool window = false;
+    bool given = false;
     for (int i = 1; i < argc; i++) {
-        if (strcmp(argv[i], "--window") == 0)
-            window = true;
+        if (strcmp(argv[i], option) == 0)
+            given = true;
         else
             argv[kept++] = argv[i];
     }
     argc = kept;
-    return window;
+    return given;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    bool window = TakeWindowOption(argc, argv);
+    bool window = TakeOption("--window", argc, argv);
+    bool gl = TakeOption("--gl", argc, argv);
     printf("qzm %s (version code %u)\n", QZM::Versiont(), QZM::Versioni());
 
     QZMText table(1);
@@ -85,7 +88,7 @@ int main(int argc, char** argv) {
 
     bool ok = ThroughDiskFile(table) && ThroughMemory(table) && ThroughByteRange(table) &&
               RunArchiveDemo(table) && RunSceneDemo() && RunScreenDemo(window) &&
-              RunSoundDemo(window) && RunDataDemo(argc, argv);
+              RunSoundDemo(window) && (!gl || RunGLDemo()) && RunDataDemo(argc, argv);
     printf("%s\n", ok ? "every step worked" : "a step failed");
     return ok ? 0 : 1;
 }

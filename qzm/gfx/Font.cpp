@@ -6,6 +6,7 @@
 #include <qzm/core/String.h>
 #include <qzm/gfx/Image.h>
 #include <qzm/gfx/internal/ByteOrder.h>
+#include <qzm/gfx/internal/FontText.h>
 #include <qzm/gfx/internal/GlyphSheet.h>
 #include <qzm/io/File.h>
 #include <qzm/io/internal/Bounds.h>
@@ -24,6 +25,7 @@ const size_t kMaxNameChars = 254;
 
 using QZM::internal::LoadLE16;
 using QZM::internal::StoreLE16;
+using QZM::internal::IsPrintable;
 
 void DecodeRecord(const uint8_t* p, QZMChar& ch) {
     ch.x = LoadLE16(p);
@@ -40,8 +42,6 @@ void EncodeRecord(const QZMChar& ch, uint8_t* p) {
     p[5] = ch.height;
     StoreLE16(p + 6, uint16_t(ch.below));
 }
-
-bool IsPrintable(unsigned c) { return c >= 32 && c <= 127; }
 
 } // namespace
 
@@ -140,22 +140,8 @@ bool QZMFont::PrivateReadBlocks(QZMResFile& f, const uint32_t* offsets) {
     return ok;
 }
 
-bool QZMFont::PrivateReadInfo(QZMResFile& f) {
-    const unsigned length = f.Read8();
-    // One byte more than the file gives, and zeros where it gives less: the name always ends.
-    name = new (std::nothrow) char[length + 1]();
-    if (!name) return false;
-    f.Read(name, length);
-    first = f.Read32();
-    last = f.Read32();
-    white = f.Read8();
-    spacing = f.Read8();
-    ascent = int16_t(f.Read16());
-    descent = int16_t(f.Read16());
-    // Codes out of order or past 255 would overrun the table buffers and make the loops over the
-    // codes endless: such a font is left undefined.
-    return first <= last && last <= 255;
-}
+// A font whose information block is refused is left undefined.
+bool QZMFont::PrivateReadInfo(QZMResFile& f) { return QZM::internal::ReadFontInfo(f, *this); }
 
 bool QZMFont::PrivateReadTable(QZMResFile& f) {
     const unsigned count = last - first + 1;
@@ -288,28 +274,20 @@ unsigned QZMFont::CharHeight(unsigned char c) const {
 
 unsigned QZMFont::TextWidth(const char* text, unsigned len) const {
     if (!name || !text || len == 0) return 0;
-    // Summed in 64 bits and saturated: a long text must not wrap to a small width.
-    uint64_t sum = 0;
-    for (unsigned i = 0; i < len && text[i]; i++)
-        sum += CharWidth(static_cast<unsigned char>(text[i])) + spacing;
-    if (sum > 0) sum -= spacing;
-    return sum > UINT32_MAX ? UINT32_MAX : unsigned(sum);
+    return QZM::internal::TextAdvance(*this, text, len, spacing);
 }
 
 void QZMFont::TextSize(const char* text, unsigned& w, unsigned& h, unsigned len) const {
     w = h = 0;
     if (!name || !text || len == 0) return;
     w = TextWidth(text, len);
-    int up = 0;
-    int down = 0;
-    for (unsigned i = 0; i < len && text[i]; i++) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        if (c == kSpace || c == kTab || !PrivateInTable(c)) continue;
+    h = QZM::internal::TextHeight(text, len, [this](unsigned char c, int& above, int& below) {
+        if (c == kSpace || c == kTab || !PrivateInTable(c)) return false;
         const QZMChar& ch = chars[c - first];
-        if (ch.height - ch.below > up) up = ch.height - ch.below;
-        if (ch.below > down) down = ch.below;
-    }
-    h = unsigned(up + down);
+        above = ch.height - ch.below;
+        below = ch.below;
+        return true;
+    });
 }
 
 void QZMFont::PrintInfo(bool listChars) const {
@@ -317,14 +295,8 @@ void QZMFont::PrintInfo(bool listChars) const {
         QZM::LOG("Font not defined\n");
         return;
     }
-    QZM::LOG("Font name       : %s\nFirst char      : %d", name, int(first));
-    PrivateLogCharEnding(first);
-    QZM::LOG("Last char       : %d", int(last));
-    PrivateLogCharEnding(last);
-    QZM::LOG("  Total         : %d\nChar spacing    : %d\nWhite char size : %d\n",
-             int(last - first + 1), spacing, white);
-    QZM::LOG("Ascent          : %d\nDescent         : %d\nFormat (bpp)    : %d\n", ascent, descent,
-             bpp);
+    QZM::internal::LogFontSummary(name, first, last, spacing, white, ascent, descent);
+    QZM::LOG("Format (bpp)    : %d\n", bpp);
     if (!listChars || !chars) return;
     QZM::LOG("------------------- Characters :\n");
     for (uint32_t c = first; c <= last; c++) {
@@ -334,9 +306,3 @@ void QZMFont::PrintInfo(bool listChars) const {
     }
 }
 
-void QZMFont::PrivateLogCharEnding(unsigned c) const {
-    if (IsPrintable(c))
-        QZM::LOG(" [%c]\n", int(c));
-    else
-        QZM::LOG("\n");
-}

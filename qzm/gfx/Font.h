@@ -80,5 +80,4 @@ private:
     void PrivateWriteInfo(QZMResFile& f) const;
     void PrivateWriteTable(QZMResFile& f) const;
     bool PrivateInTable(unsigned char c) const;
-    void PrivateLogCharEnding(unsigned c) const;
 };

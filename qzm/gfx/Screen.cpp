@@ -1,7 +1,6 @@
 #include <qzm/gfx/Screen.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -11,7 +10,7 @@
 #include <qzm/gfx/internal/Fade.h>
 #include <qzm/gfx/internal/PixelBlocks.h>
 #include <qzm/gfx/internal/PixelRows.h>
-#include <qzm/io/FileUtils.h>
+#include <qzm/gfx/internal/ShotName.h>
 
 QZMScreen* QZMScreen::m_instance = nullptr;
 SDL_Cursor* QZMScreen::m_cursor = nullptr;
@@ -391,16 +390,8 @@ void QZMScreen::BlackOut() {
 
 bool QZMScreen::BMPScreenshot(const char* prefix) {
     if (!HasPixels(surface) || !prefix) return false;
-    const size_t length = std::strlen(prefix);
-    std::unique_ptr<char[]> name(new (std::nothrow) char[length + sizeof "000.bmp"]);
+    std::unique_ptr<char[]> name = QZM::internal::FreeShotName(prefix);
     if (!name) return false;
-    std::memcpy(name.get(), prefix, length);
-    std::memcpy(name.get() + length, "000.bmp", sizeof "000.bmp");
-    unsigned counter = 1;
-    while (QZMFileUtils::FileExist(name.get()) && counter <= 999)
-        std::snprintf(name.get() + length, sizeof "000.bmp", "%03u.bmp", counter++);
-    // The loop ends above 999 before "999.bmp" could be written: 998 is the last, as designed.
-    if (counter > 999) return false;
     SDL_RWops* file = SDL_RWFromFile(name.get(), "wb");
     return file && SDL_SaveBMP_RW(surface, file, 1) == 0;
 }

@@ -8,17 +8,13 @@
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
 #include <qzm/gfx/Pal.h>
+#include <qzm/gl/Font.h>
 
 // The one place where the resource room reaches up into the rooms that define resources.
-// A slot whose class is not part of the library yet hands LoadInto a null object and so fails
-// like any loader that cannot read its file; wiring the class in means replacing Absent() by
-// a nothrow new of the object named above the slot.
+// An object that cannot be allocated hands LoadInto null and fails like a file that cannot be
+// read.
 
 namespace {
-
-QZMResource* Absent() {
-    return nullptr;
-}
 
 QZMResource* LoadInto(QZMResource* fresh, QZMResFile* file, int format, bool keeps,
                       bool& keepFile) {
@@ -54,9 +50,8 @@ QZMResource* load_music(QZMResFile* file, const char*, int format, bool& keepFil
     return LoadInto(new (std::nothrow) QZMMusic, file, format, true, keepFile);
 }
 
-// Slot for Q3DFont(nullptr).
 QZMResource* load_3dfont(QZMResFile* file, const char*, int format, bool& keepFile) {
-    return LoadInto(Absent(), file, format, false, keepFile);
+    return LoadInto(new (std::nothrow) Q3DFont(nullptr), file, format, false, keepFile);
 }
 
 } // namespace
