@@ -2,17 +2,58 @@
 
 #include <qzm/core/Log.h>
 
+#include <cstdint>
 #include <cstring>
 #include <new>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
 // The name of every unnamed memory stream; never freed.
 char g_memFileName[] = "Memory file";
 
+// Reads of whole sounds and pictures copy megabytes into buffers that are not in the cache:
+// streaming stores write them without first reading every destination line in.
+constexpr unsigned kStreamFrom = 1u << 20;
+
+bool Overlap(const void* to, const void* from, unsigned n) {
+    uintptr_t a = reinterpret_cast<uintptr_t>(to), b = reinterpret_cast<uintptr_t>(from);
+    return a < b + n && b < a + n;
+}
+
+void StreamCopy(void* to, const void* from, unsigned n) {
+#ifdef __SSE2__
+    auto* out = static_cast<unsigned char*>(to);
+    auto* in = static_cast<const unsigned char*>(from);
+    unsigned head = unsigned(-reinterpret_cast<uintptr_t>(out) & 15);
+    memcpy(out, in, head);
+    out += head, in += head, n -= head;
+    for (; n >= 64; n -= 64, out += 64, in += 64) {
+        __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+        __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 16));
+        __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 32));
+        __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 48));
+        _mm_stream_si128(reinterpret_cast<__m128i*>(out), a);
+        _mm_stream_si128(reinterpret_cast<__m128i*>(out + 16), b);
+        _mm_stream_si128(reinterpret_cast<__m128i*>(out + 32), c);
+        _mm_stream_si128(reinterpret_cast<__m128i*>(out + 48), d);
+    }
+    _mm_sfence();
+    memcpy(out, in, n);
+#else
+    memcpy(to, from, n);
+#endif
+}
+
 // Typed readers and writers move 1 to 8 bytes, too few to pay for a library call; the
 // temporary keeps an overlapping buffer correct, as memmove would.
 void CopyBytes(void* to, const void* from, unsigned n) {
+    if (n >= kStreamFrom && !Overlap(to, from, n)) {
+        StreamCopy(to, from, n);
+        return;
+    }
     if (n == 1) {
         *static_cast<unsigned char*>(to) = *static_cast<const unsigned char*>(from);
         return;

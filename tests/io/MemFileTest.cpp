@@ -64,3 +64,21 @@ TEST(MemFileTest, GetLineLeavesTheDelimiter) {
     EXPECT_STREQ(line.data, "ab");
     EXPECT_EQ(f.GetLine(line), 0u);
 }
+
+// Megabyte transfers take the streaming copy: every byte arrives, whatever the alignment of
+// either side, including the tail behind the last whole 64-byte block.
+TEST(MemFileTest, LargeTransfersCopyEveryByte) {
+    const unsigned size = (1u << 20) + 77;
+    std::unique_ptr<unsigned char[]> source(new unsigned char[size + 3]);
+    for (unsigned i = 0; i < size + 3; ++i) source[i] = static_cast<unsigned char>(i * 131 + 7);
+    for (unsigned shift : {0u, 1u, 3u}) {
+        QZMMemFile f(size, QZMResFile::READWRITE, source.get() + shift, false, "big");
+        std::unique_ptr<unsigned char[]> out(new unsigned char[size + 16]);
+        ASSERT_EQ(f.Read(out.get() + 5 + shift, size), size);
+        EXPECT_EQ(std::memcmp(out.get() + 5 + shift, source.get() + shift, size), 0);
+        ASSERT_TRUE(f.Seek(0, 0));
+        std::memset(out.get(), 0x5A, size);
+        ASSERT_EQ(f.Write(out.get(), size), size);
+        EXPECT_EQ(source[shift + size - 1], 0x5A);
+    }
+}
