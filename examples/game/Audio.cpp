@@ -92,8 +92,12 @@ bool Audio::Close() {
     const SDL_AudioSpec spec = mixer->obtained;
     delete mixer; // stops the channels before their sounds go, and ends the capture
     mixer = nullptr;
-    for (QZMResource* r : {static_cast<QZMResource*>(blip), static_cast<QZMResource*>(music)})
+    // The manager leaves a music its stream, which stays the game's to delete after it.
+    QZMResFile* stream = music ? music->file : nullptr;
+    QZMResource* const loaded[] = {blip, music};
+    for (QZMResource* r : loaded)
         if (r) resources.Release(r);
+    delete stream;
     blip = nullptr;
     music = nullptr;
     const bool ok = !capturing || SaveCapture(spec);

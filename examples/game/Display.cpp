@@ -1,7 +1,5 @@
 #include "Display.h"
 
-#include "Palette.h"
-
 #include <cstdio>
 
 namespace {
@@ -54,12 +52,10 @@ unsigned PowerOfTwo(unsigned n) {
 
 class GLDisplay : public Display {
 public:
-    GLDisplay(Renderer& renderer, QZMResMgr& resources, const QZMResFinder& finder)
-        : renderer(renderer), resources(resources), finder(finder), textures(new Q3DTexMgr(finder, 4)),
+    GLDisplay(Renderer& renderer, const QZMResFinder& finder)
+        : renderer(renderer), finder(finder), textures(new Q3DTexMgr(finder, 4)),
           picture(PowerOfTwo(Game::kWidth), PowerOfTwo(Game::kHeight), 32) {}
     ~GLDisplay() override {
-        small.reset();
-        big.reset();
         textures.reset(); // while the context that holds them lives
         delete screen;
     }
@@ -147,7 +143,6 @@ private:
     }
 
     Renderer& renderer;
-    QZMResMgr& resources;
     const QZMResFinder& finder;
     Q3DScreen* screen = Q3DScreen::Singleton();
     std::unique_ptr<Q3DTexMgr> textures;
@@ -166,9 +161,8 @@ std::string Display::Shot() {
     return name;
 }
 
-std::unique_ptr<Display> MakeDisplay(bool gl, Renderer& renderer, QZMResMgr& resources,
-                                     const QZMResFinder& finder) {
-    if (gl) return std::unique_ptr<Display>(new GLDisplay(renderer, resources, finder));
+std::unique_ptr<Display> MakeDisplay(bool gl, Renderer& renderer, const QZMResFinder& finder) {
+    if (gl) return std::unique_ptr<Display>(new GLDisplay(renderer, finder));
     return std::unique_ptr<Display>(new ScreenDisplay(renderer));
 }
 

@@ -27,8 +27,7 @@ private:
     unsigned shots = 0; // the session starts from an empty series
 };
 
-std::unique_ptr<Display> MakeDisplay(bool gl, Renderer& renderer, QZMResMgr& resources,
-                                     const QZMResFinder& finder);
+std::unique_ptr<Display> MakeDisplay(bool gl, Renderer& renderer, const QZMResFinder& finder);
 
 // Removes the screenshots of an earlier session.
 void RemoveShots(const char* prefix);

@@ -2,8 +2,6 @@
 // that the same input gives the same game whatever the machine.
 #pragma once
 
-#include <cstdint>
-
 struct Controls {
     bool left = false;
     bool right = false;

@@ -29,30 +29,30 @@ bool ToGamePalette(QZMImage& sprite, const QZMPal& game) {
     unsigned char map[256] = {};
     for (unsigned i = 1; i < sprite.palette->size && i < 256; i++)
         map[i] = uint8_t(Nearest(sprite.palette->entries[i], game));
-    for (unsigned i = 0; i < sprite.pitch * sprite.height; i++) sprite.pixels[i] = map[sprite.pixels[i]];
+    for (unsigned i = 0; i < sprite.pitch * sprite.height; i++)
+        sprite.pixels[i] = map[sprite.pixels[i]];
     return true;
 }
 
-} // namespace
-
+// The translator's UTF-8 strings in the fonts' Latin-1 codes; '?' for what Latin-1 lacks.
 std::string Latin1(const char* utf8) {
     std::string out;
     for (const unsigned char* p = reinterpret_cast<const unsigned char*>(utf8); *p; p++) {
         if ((p[0] & 0xE0) == 0xC0 && (p[1] & 0xC0) == 0x80) {
             out += char((p[0] & 0x1F) << 6 | (p[1] & 0x3F));
             p++;
-        } else {
+        } else if ((*p & 0xC0) != 0x80) {
             out += *p < 0x80 ? char(*p) : '?';
         }
     }
     return out;
 }
 
+} // namespace
+
 Renderer::~Renderer() {
-    for (QZMResource* r : {static_cast<QZMResource*>(palette), static_cast<QZMResource*>(bricks),
-                           static_cast<QZMResource*>(paddle), static_cast<QZMResource*>(ball),
-                           static_cast<QZMResource*>(coins), static_cast<QZMResource*>(big),
-                           static_cast<QZMResource*>(small)})
+    QZMResource* const loaded[] = {palette, bricks, paddle, ball, coins, big, small};
+    for (QZMResource* r : loaded)
         if (r) resources.Release(r);
 }
 

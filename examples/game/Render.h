@@ -17,9 +17,6 @@ struct TextLine {
     bool big;
 };
 
-// The translator's UTF-8 strings in the fonts' Latin-1 codes.
-std::string Latin1(const char* utf8);
-
 class Renderer {
 public:
     explicit Renderer(QZMResMgr& resources) : resources(resources) {}

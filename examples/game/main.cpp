@@ -123,9 +123,8 @@ private:
 
 class Session {
 public:
-    Session(const Options& options, const QZMConfigMgr& cfg, Renderer& renderer,
-            Display& display, Audio& audio)
-        : options(options), cfg(cfg), renderer(renderer), display(display), audio(audio),
+    Session(const QZMConfigMgr& cfg, Renderer& renderer, Display& display, Audio& audio)
+        : cfg(cfg), renderer(renderer), display(display), audio(audio),
           lives(Number(cfg, "lives", 1, 9)), game(lives), frame(Game::kWidth, Game::kHeight, 8),
           sheet(renderer.Palette()), scores(5, QZMScore::SCORE_HIGH_FIRST, 0) {
         frame.ReplacePalette(new QZMPal(renderer.Palette()));
@@ -141,7 +140,6 @@ private:
     void Shoot();
     void Record();
 
-    const Options& options;
     const QZMConfigMgr& cfg;
     Renderer& renderer;
     Display& display;
@@ -259,7 +257,7 @@ int Play(const Options& options, const QZMConfigMgr& cfg) {
     const bool scripted = !options.window;
     if (scripted && !script.Load(options.script)) return 1;
     QZM::RandomInit(scripted ? kSeed : 0);
-    std::unique_ptr<Display> display = MakeDisplay(options.gl, renderer, resources, finder);
+    std::unique_ptr<Display> display = MakeDisplay(options.gl, renderer, finder);
     if (!display->Open()) {
         printf("game: no display\n");
         return 1;
@@ -267,7 +265,7 @@ int Play(const Options& options, const QZMConfigMgr& cfg) {
     QZMInput::Singleton()->SetEventTypes(1u << SDL_KEYDOWN | 1u << SDL_KEYUP | 1u << SDL_QUIT);
     Audio audio(resources);
     audio.Open(scripted, Number(cfg, "music", 0, 128));
-    Session session(options, cfg, renderer, *display, audio);
+    Session session(cfg, renderer, *display, audio);
     const bool ok = session.Run(scripted ? &script : nullptr) && audio.Close();
     session.ShowScores();
     delete QZMInput::Singleton();
