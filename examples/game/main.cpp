@@ -276,8 +276,10 @@ int Play(const Options& options, const QZMConfigMgr& cfg) {
 
 int main(int argc, char** argv) {
     const Options options = TakeOptions(argc, argv);
-    if (!options.window) setenv("SDL_VIDEODRIVER", "dummy", 0);
-    if (!options.window) RemoveShots(options.gl ? "game_glshot" : "game_shot");
+    if (!options.window) { // a recorded session, headless unless SDL is told otherwise
+        setenv("SDL_VIDEODRIVER", "dummy", 0);
+        RemoveShots(options.gl ? "game_glshot" : "game_shot");
+    }
     QZMConfigMgr cfg;
     ReadSettings(cfg, argc, argv);
     const bool translated = LoadLanguage(Setting(cfg, "language"));
