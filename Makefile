@@ -30,8 +30,9 @@ build: deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
 	cmake --build $(BUILD) -j$(JOBS)
 
+# Plays the game's recorded session headless; qzm_demo, the tour, is run by `make test`.
 demo: build
-	cd $(BUILD)/examples && ./qzm_demo
+	cd $(BUILD)/examples/game && ./qzm_game
 
 test: build
 	cd $(BUILD) && $(CTEST)

@@ -1,10 +1,11 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs, when any is missing.
 # Usage: install-deps.sh [demo|test|fuzz|bench|docs]   (default demo)
-#   demo   building the library, its tools and the demo
+#   demo   building the library, its tools, the demo and the game, whose fonts qzmfont makes
+#          from the DejaVu fonts
 #   test   adds GoogleTest, Xvfb, Mesa's software OpenGL driver, which the OpenGL tests draw
-#          with (named itself: recommends are not installed), and the DejaVu fonts that
-#          qzmfont is tested with; the sanitizer and ThreadSanitizer builds need no more
+#          with (named itself: recommends are not installed); the sanitizer and
+#          ThreadSanitizer builds need no more
 #   fuzz   adds clang and its sanitizer runtimes
 #   bench  adds Google Benchmark and the peer libraries the benchmarks compare against
 #   docs   Doxygen alone: the reference is made from the headers, nothing is built
@@ -12,10 +13,11 @@
 set -eu
 [ "${QZM_SKIP_DEPS:-0}" = 1 ] && exit 0
 
-packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev libfreetype-dev"
+packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev libfreetype-dev
+          fonts-dejavu-core"
 case "${1:-demo}" in
     demo) ;;
-    test) packages="$packages libgtest-dev xvfb libgl1-mesa-dri libglx-mesa0 fonts-dejavu-core" ;;
+    test) packages="$packages libgtest-dev xvfb libgl1-mesa-dri libglx-mesa0" ;;
     fuzz) packages="$packages clang libclang-rt-14-dev" ;;
     bench) packages="$packages libbenchmark-dev libsdl-image1.2-dev libsdl-gfx1.2-dev
                      libsdl-mixer1.2-dev libsndfile1-dev libphysfs-dev" ;;
