@@ -6,6 +6,7 @@
 #include "Audio.h"
 #include "Display.h"
 #include "Game.h"
+#include "Png.h"
 #include "Render.h"
 #include "Script.h"
 
@@ -20,7 +21,7 @@ namespace {
 
 const char* const kConfig = "game.cfg";
 const char* const kScores = "game.scores";
-const char* const kSheet = "game_sheet.bmp";
+const char* const kSheet = "game_sheet.png";
 const unsigned kSeed = 1977;     // the recorded sessions' random numbers
 const unsigned kFrameMs = 20;    // one step of game time
 const unsigned kShotEvery = 100; // frames between a session's screenshots
@@ -114,7 +115,7 @@ public:
                     frame.pixels[2 * y * frame.pitch + 2 * x];
         tiles++;
     }
-    bool Save() { return sheet.SaveName(kSheet, 1); }
+    bool Save() { return SavePng(sheet, kSheet); }
 
 private:
     QZMImage sheet;
