@@ -12,7 +12,7 @@
 namespace {
 
 const char* const kCapture = "game_audio.raw";
-const char* const kWav = "game.wav";
+const char* const kWav = "demo.wav";
 
 std::vector<int16_t> ReadSamples(const char* path) {
     std::vector<int16_t> samples;

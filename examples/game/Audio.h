@@ -1,5 +1,5 @@
 // Music and sound effects through the mixer. A scripted session captures what the device plays
-// with SDL's disk driver and leaves it as game.wav, with its peak and RMS level.
+// with SDL's disk driver and leaves it as demo.wav, with its peak and RMS level.
 #pragma once
 
 #include <qzm/qzm.h>
@@ -15,7 +15,7 @@ public:
     void Open(bool capture, int musicVolume);
     // The effects of a step's events, panned to where the ball is.
     void Play(unsigned events, int ballX, int width);
-    // Stops and closes the device; a capture becomes game.wav. False when the capture failed.
+    // Stops and closes the device; a capture becomes demo.wav. False when the capture failed.
     bool Close();
 
 private:

@@ -1,6 +1,6 @@
 // qzm breakout: a small complete game on the library. With no arguments it plays a recorded
 // session headless (SDL's dummy video and disk audio drivers), as fast as it can and the same
-// every time, leaving screenshots, a contact sheet of them and the mix in game.wav;
+// every time, leaving screenshots, a contact sheet of them and the mix in demo.wav;
 // --script FILE plays another recording, --window the game itself (arrows, space, Escape),
 // --gl shows it through OpenGL. Other options are settings, as "-language Français".
 #include "Audio.h"
