@@ -111,6 +111,10 @@ unsigned char* QZMMusic::EndOfStream() {
     return nullptr;
 }
 
+// A chunk that a conversion towards a far lower rate halved to nothing ends the stream: handed
+// out empty, it would make the next call start the stream again, and so on forever.
+unsigned char* QZMMusic::ConvertedChunk() { return chunklen == 0 ? EndOfStream() : buffer; }
+
 uint32_t QZMMusic::ChunkAhead() const { return pos < total ? std::min(kChunkBytes, total - pos) : 0; }
 
 unsigned char* QZMMusic::NextData() {
@@ -128,7 +132,7 @@ unsigned char* QZMMusic::NextPcmData() {
     if (chunklen == 0) return EndOfStream();
     if (type != SOUND_WAV && SampleBytes(format) == 2) SwapBytes16(buffer, buffer, chunklen / 2);
     if (format != mixformat || freq != mixfreq || channels != mixchannels) ConvertPcmChunk();
-    return buffer;
+    return ConvertedChunk();
 }
 
 // Rates compare exactly here. The sign and width are left as they are: a chunk whose sign or

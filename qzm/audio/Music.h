@@ -89,6 +89,8 @@ private:
     unsigned char* NextOggData();
     long DecodeChunk(int& bitstream);
     unsigned char* EndOfStream();
+    /// The chunk as converted, or the end of the stream when nothing is left of it.
+    unsigned char* ConvertedChunk();
     void ConvertPcmChunk();
     void ConvertOggChunk();
     bool Reserve(uint64_t bytes, bool keep);

@@ -214,6 +214,13 @@ TEST(MusicTest, BadStreamsEndTheirChunkWalk) {
     EXPECT_EQ(m.Chunk().size(), 2000u);
     EXPECT_EQ(m.Chunk(), "<end>");
     EXPECT_EQ(m.Chunk().size(), 2000u);
+    // A rate so far above the target that the chunk halves to nothing: the end, not an empty
+    // chunk that starts the stream again and again.
+    wav.replace(24, 4, Le(44100u << 12));
+    Streamed fast(wav);
+    fast.ChangeFormat(fast.format, 44100, 1);
+    EXPECT_EQ(fast.Chunk(), "<end>");
+    EXPECT_EQ(fast.Chunk(), "<end>");
 }
 
 class MusicMixerTest : public ::testing::Test {

@@ -194,5 +194,5 @@ unsigned char* QZMMusic::NextOggData() {
         freq = int(info->rate);
     }
     ConvertOggChunk();
-    return buffer;
+    return ConvertedChunk();
 }
