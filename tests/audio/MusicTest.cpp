@@ -194,19 +194,6 @@ TEST(MusicTest, OggBitstreamsAndPositions) {
 
 TEST(MusicTest, BadStreamsEndTheirChunkWalk) {
     LogCapture quiet(0);
-    const char* files[] = {"pcm16_stereo.wav", "aiff8_mono.aiff", "au16_to_end.au",
-                           "vorbis_stereo.ogg"};
-    for (const char* file : files) {
-        const std::string bytes = ReadFile(kDir + file);
-        for (size_t n = 1; n < bytes.size(); n += 7) {
-            Streamed m(bytes.substr(0, n));
-            int chunks = 0;
-            while (m.Chunk() != "<end>" && ++chunks < 100) {
-            }
-            EXPECT_LT(chunks, 100) << file << " cut at " << n;
-            m.Chunk(); // past the end: from the start again
-        }
-    }
     // Data claimed far past the stream: one short chunk, then the end.
     std::string wav = ReadFile(kDir + "pcm8_mono.wav");
     wav.replace(40, 4, Le(0xFFFFFFF0));

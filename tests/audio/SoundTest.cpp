@@ -258,17 +258,6 @@ TEST(SoundTest, MalformedFilesAreRefusedWithTheirMessages) {
     EXPECT_EQ(log.text(), "Sound: no data in file " + path + "\n");
 }
 
-TEST(SoundTest, EveryPrefixOfEveryFixtureLoadsSafely) {
-    LogCapture log;
-    std::string last;
-    for (const Expected& e : ExpectedRows()) {
-        if (e.file == last) continue;
-        last = e.file;
-        const std::string bytes = ReadFile(kDir + e.file);
-        for (size_t n = 1; n < bytes.size(); n++) Loaded(bytes.substr(0, n));
-    }
-}
-
 TEST(SoundTest, LengthsFollowBlocksAndFrames) {
     // A trailing partial ADPCM block is dropped; less than one block gives an empty sound.
     std::string ms = ReadFile(kDir + "msadpcm_stereo.wav");
