@@ -113,6 +113,63 @@ void DrawPrims(benchmark::State& state, bench::PrimKind kind, Lib lib) {
     state.SetItemsProcessed(int64_t(state.iterations()) * int64_t(prims.size()));
 }
 
+// The pixels of each line in the order they are drawn, as byte offsets into a 640x480 image of
+// the given depth: found by drawing the line alone and taking, at each step along its longer
+// axis, the one pixel it set.
+std::vector<std::vector<uint32_t>> LineOffsets(const std::vector<bench::Prim>& lines, int bpp) {
+    QZMImage marks(kWidth, kHeight, 8);
+    std::vector<std::vector<uint32_t>> offsets;
+    for (const bench::Prim& p : lines) {
+        marks.Rectangle(0, 0, kWidth, kHeight, 0);
+        marks.Line(p.x1, p.y1, p.x2, p.y2, 1);
+        const bool steep = std::abs(p.y2 - p.y1) > std::abs(p.x2 - p.x1);
+        const int from = steep ? p.y1 : p.x1, to = steep ? p.y2 : p.x2, dir = to >= from ? 1 : -1;
+        const int lo = steep ? std::min(p.x1, p.x2) : std::min(p.y1, p.y2);
+        const int hi = steep ? std::max(p.x1, p.x2) : std::max(p.y1, p.y2);
+        std::vector<uint32_t> line;
+        for (int major = from;; major += dir) {
+            for (int minor = lo; minor <= hi; ++minor) {
+                int x = steep ? minor : major, y = steep ? major : minor;
+                if (marks.GetPixel(x, y)) line.push_back(uint32_t(y * kWidth + x) * (bpp / 8));
+            }
+            if (major == to) break;
+        }
+        offsets.push_back(std::move(line));
+    }
+    return offsets;
+}
+
+// Pixels of 1, 2 or 4 bytes in one store each; 24-bit ones in two (2 bytes, then 1).
+template <size_t kBytes>
+void StorePixels(uint8_t* pixels, const std::vector<uint32_t>& offsets, uint32_t pixel) {
+    const size_t head = kBytes == 3 ? 2 : kBytes;
+    for (uint32_t at : offsets) {
+        std::memcpy(pixels + at, &pixel, head);
+        if (kBytes == 3) pixels[at + 2] = uint8_t(pixel >> 16);
+    }
+}
+
+// The limit of lines: the same pixel stores in the same order, replayed from recorded offsets.
+// Every line drawer pays for them; what it adds is the cost of finding the pixels.
+void BM_LineStores(benchmark::State& state) {
+    const int bpp = int(state.range(0));
+    const std::vector<bench::Prim> lines = bench::Prims(bench::kLine);
+    const std::vector<std::vector<uint32_t>> offsets = LineOffsets(lines, bpp);
+    QZMImage img(kWidth, kHeight, unsigned(bpp));
+    const auto store = bpp == 8    ? StorePixels<1>
+                       : bpp == 16 ? StorePixels<2>
+                       : bpp == 24 ? StorePixels<3>
+                                   : StorePixels<4>;
+    for (auto _ : state) {
+        for (size_t i = 0; i < lines.size(); ++i)
+            store(img.pixels, offsets[i], bench::PixelOf(bpp, lines[i].c));
+        benchmark::DoNotOptimize(img.pixels);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(int64_t(state.iterations()) * int64_t(lines.size()));
+}
+BENCHMARK(BM_LineStores)->Name("BM_Line/stores")->Apply(Depths);
+
 // BM_<primitive>/<library>/<bpp>; memset of the same bytes is the limit of horizontal lines.
 const bool kPrimsRegistered = [] {
     const std::pair<const char*, bench::PrimKind> prims[] = {
