@@ -1,6 +1,6 @@
 // Fills and primitives on 640x480 images with the inputs of the measured workloads, each next
-// to SDL 1.2 + SDL_gfx on a software surface of the same format (and, for fills, to memset of
-// the same bytes); then gradients and text.
+// to SDL 1.2 + SDL_gfx on a software surface of the same format (and, for fills and lines, to
+// the bare stores of the same bytes); then gradients and text.
 #include <qzm/gfx/Font.h>
 #include <qzm/gfx/Image.h>
 
