@@ -1,7 +1,5 @@
 #include <qzm/gfx/Font.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <random>
@@ -25,16 +23,6 @@ const Depth kDepths[] = {
     {24, 0x112233, 0x332211, 0xFFFFFF},
     {32, 0xDEADBEEF, 0xDEADBEEF, 0xFFFFFFFF},
 };
-
-// One character per pixel, '#' where the pixel is not zero; a row per line.
-std::string Art(const QZMImage& img) {
-    std::string art;
-    for (unsigned y = 0; y < img.height; ++y) {
-        for (unsigned x = 0; x < img.width; ++x) art += img.GetPixel(int(x), int(y)) ? '#' : '.';
-        art += '\n';
-    }
-    return art;
-}
 
 void ExpectPicture(const QZMImage& img, const std::string& art, uint32_t value) {
     ASSERT_EQ(Art(img), art);
@@ -126,58 +114,6 @@ TEST(ImageTest, PixelRules) {
     QZMImage empty(0, 5, 8);
     empty.Rectangle(0, 0, 5, 5, 1);
     EXPECT_EQ(empty.pixels, nullptr);
-}
-
-// Circles and disks walk only the columns that can reach the clipping rectangle: compared with
-// the whole walk, xor mode included (a column walked twice or missed would show).
-TEST(ImageTest, LargeCirclesAndDisksMatchTheWholeWalk) {
-    auto walk = [](QZMImage& img, int cx, int cy, int r, bool disk) {
-        auto put = [&](int64_t x, int64_t y) {
-            if (x >= 3 && x <= 36 && y >= 2 && y <= 25) img.pixels[y * img.pitch + x] ^= 1;
-        };
-        auto span = [&](int64_t x, int64_t y, int64_t n) {
-            for (int64_t i = std::max<int64_t>(x, 0); i < std::min<int64_t>(x + n, 40); ++i) put(i, y);
-        };
-        for (int64_t x = 0, y = r, d = 1 - int64_t(r), dE = 3, dSE = 5 - 2 * int64_t(r); x <= y; ++x) {
-            if (disk) {
-                span(cx - y, cy - x, 2 * y);
-                if (x) span(cx - y, cy + x, 2 * y);
-            } else {
-                for (int sa : {1, -1})
-                    for (int sb : {1, -1}) {
-                        if ((sa < 0 && !x) || (sb < 0 && !y)) continue;
-                        put(cx + sa * x, cy + sb * y);
-                        if (x != y) put(cx + sb * y, cy + sa * x);
-                    }
-            }
-            if (d < 0) {
-                d += dE, dE += 2, dSE += 2;
-                continue;
-            }
-            if (disk && x != y) {
-                span(cx - x, cy - y, 2 * x);
-                if (y) span(cx - x, cy + y, 2 * x);
-            }
-            d += dSE, dE += 2, dSE += 4, --y;
-        }
-    };
-    std::mt19937 rng(7);
-    for (int i = 0; i < 300; ++i) {
-        int r = int(rng() % 3 ? rng() % 60 : rng() % 40000), angle = int(rng() % 360);
-        int cx = 20 + int(r * std::cos(angle) + int(rng() % 9) - 4);
-        int cy = 14 + int(r * std::sin(angle) + int(rng() % 9) - 4);
-        for (bool disk : {false, true}) {
-            QZMImage fast(40, 30, 8), slow(40, 30, 8);
-            fast.Rectangle(0, 0, 40, 30, 0);
-            slow.Rectangle(0, 0, 40, 30, 0);
-            fast.SetClipping(3, 2, 36, 25);
-            if (disk) fast.Disk(cx, cy, r, 1, QZMImage::DRAW_XOR);
-            else fast.Circle(cx, cy, r, 1, QZMImage::DRAW_XOR);
-            walk(slow, cx, cy, r, disk);
-            ASSERT_EQ(0, std::memcmp(fast.pixels, slow.pixels, 40 * 30))
-                << (disk ? "disk" : "circle") << " at " << cx << "," << cy << " r " << r;
-        }
-    }
 }
 
 TEST(ImageTest, Clipping) {
