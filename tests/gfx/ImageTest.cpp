@@ -152,29 +152,11 @@ TEST(ImageTest, Gradients) {
     EXPECT_EQ(hi.GetPixel(1, 0), 0xFFu);
 }
 
-TEST(ImageTest, BlockCopiesClipAtEveryDepth) {
-    for (const Depth& d : kDepths) {
-        SCOPED_TRACE(d.bpp);
-        QZMImage src(4, 4, d.bpp);
-        for (int i = 0; i < 16; ++i) src.HLine(i % 4, i / 4, 1, 0x01010101u * (i + 1));
-        QZMImage dst(6, 5, d.bpp);
-        dst.Rectangle(0, 0, 6, 5, 0);
-        dst.SetClipping(1, 1, 4, 3);
-        dst.CopyImage(0, 0, &src, 0, 0, 4, 4);
-        dst.CopyImage(3, 2, &src, 2, 0, 4, 4);
-        dst.CopyImage(1, 1, &src, -1, 0, 4, 4);
-        EXPECT_EQ(Art(dst), "......\n.###..\n.####.\n.####.\n......\n");
-        EXPECT_EQ(dst.GetPixel(1, 1), src.GetPixel(1, 1));
-        EXPECT_EQ(dst.GetPixel(2, 3), src.GetPixel(2, 3));
-        EXPECT_EQ(dst.GetPixel(4, 2), src.GetPixel(3, 0));
-        EXPECT_EQ(dst.GetPixel(4, 3), src.GetPixel(3, 1));
-    }
-}
-
 // Sprites of every width up to 40 (every vector tail) whose bytes take two values, so that keys
 // match often (at 24 bits also at the buffer's last pixel, whose missing next byte counts as
-// zero); copies unclipped, clipped on any side, and within one image onto the same rows.
-TEST(ImageTest, KeyedCopiesMatchThePerPixelRule) {
+// zero); copies unclipped, clipped on any side, from outside either image, and keyed copies
+// within one image onto the same rows.
+TEST(ImageTest, BlockAndKeyedCopiesMatchThePerPixelRule) {
     std::mt19937 rng(11);
     auto pick = [&rng](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
     auto fill = [&rng](QZMImage& img, const std::vector<uint8_t>& values) {
@@ -196,6 +178,13 @@ TEST(ImageTest, KeyedCopiesMatchThePerPixelRule) {
                 if (trial == 0) x = pick(0, 48 - width), y = sx = sy = 0, w = width, h = 4;
                 if (trial >= 4) dst.SetClipping(pick(0, 47), pick(0, 6), pick(0, 47), pick(0, 6));
                 if (within) sx = pick(0, 8), x = sx + pick(-3, 3), y = sy = pick(0, 6), w = width;
+                if (!within) { // a key that no pixel holds: the plain copy
+                    QZMImage plain(&dst), copied(&dst);
+                    ReferenceTCopy(plain, x, y, 0x11111111, src, sx, sy, w, h);
+                    copied.CopyImage(x, y, &src, sx, sy, unsigned(w), unsigned(h));
+                    ASSERT_EQ(0, std::memcmp(copied.pixels, plain.pixels, dst.pitch * dst.height))
+                        << "plain copy, " << bpp << " bpp, width " << width << ", trial " << trial;
+                }
                 QZMImage expected(&dst);
                 ReferenceTCopy(expected, x, y, key, within ? expected : src, sx, sy, w, h);
                 dst.TCopyImage(x, y, key, within ? &dst : &src, sx, sy, unsigned(w), unsigned(h));
