@@ -1,4 +1,4 @@
-// Lines, spans, circles and disks against references that apply the pixel rules one point at a time.
+// Lines, spans, circles and disks against references that apply the pixel rules point by point.
 #include <qzm/gfx/Image.h>
 
 #include <gtest/gtest.h>
