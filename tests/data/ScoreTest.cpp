@@ -56,14 +56,13 @@ TEST(ScoreTest, TiesKeepTheOlderEntryAboveInBothOrders) {
 }
 
 TEST(ScoreTest, SetSortOrderLeavesEvenMiddlesInPlace) {
-    QZMScore even(4, QZMScore::SCORE_HIGH_FIRST, 0);
-    for (const char* name : {"A", "B", "C", "D"}) Add(even, name, 100 - name[0]);
-    even.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
-    EXPECT_EQ(Ranking(even), (Rows{"D:32", "B:34", "C:33", "A:35"}));
-    QZMScore odd(5, QZMScore::SCORE_HIGH_FIRST, 0);
-    for (const char* name : {"A", "B", "C", "D", "E"}) Add(odd, name, 100 - name[0]);
-    odd.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
-    EXPECT_EQ(Ranking(odd), (Rows{"E:31", "D:32", "C:33", "B:34", "A:35"}));
+    for (const Rows& reversed : {Rows{"D:32", "B:34", "C:33", "A:35"},
+                                 Rows{"E:31", "D:32", "C:33", "B:34", "A:35"}}) {
+        QZMScore table(uint32_t(reversed.size()), QZMScore::SCORE_HIGH_FIRST, 0);
+        for (const std::string& row : reversed) Add(table, row.substr(0, 1).c_str(), 100 - row[0]);
+        table.SetSortOrder(QZMScore::SCORE_LOW_FIRST);
+        EXPECT_EQ(Ranking(table), reversed);
+    }
     QZMScore partly(4, QZMScore::SCORE_HIGH_FIRST, 0);
     Add(partly, "only", 9);
     partly.SetSortOrder(QZMScore::SCORE_LOW_FIRST);

@@ -33,8 +33,11 @@ std::string LangFile(const std::string& nameField, const std::vector<const char*
 
 const std::string GERMAN = LangFile(std::string("Deutsch\0", 8), {"Hallo", nullptr, "", "Ende"});
 const std::string FRENCH_NAME = "Fran\xC3\xA7" "ais";
-// A header naming "" whose table starts at 23.
-const std::string HEAD = "LanG" + std::string(1, '\0') + Le(1, 1) + std::string(1, '\0');
+// A header naming "": string count, table and block offsets, block size. The table may start
+// at 23.
+std::string Head(uint32_t count, uint32_t tableAt, uint32_t blockAt, uint32_t blockSize) {
+    return std::string("LanG\0\1\0", 7) + Le(count) + Le(tableAt) + Le(blockAt) + Le(blockSize);
+}
 
 class TranslatorTest : public ::testing::Test {
 protected:
@@ -114,27 +117,20 @@ TEST_F(TranslatorTest, FilesCutShortFollowTheLoadStepsAndAbsurdSizesAreRefused) 
     } cases[] = {
         // Refused before the strings are touched: the previous language stays.
         {GERMAN.substr(0, 12), false, "Hallo|<null>"}, // name cut short
-        {HEAD + Le(1, 4) + Le(INT_MAX + 1u, 4) + Le(23, 4) + Le(0, 4) + Le(1, 2), false,
-         "Hallo|<null>"},
-        {HEAD + Le(0xFFFFFFFF, 4) + Le(23, 4) + Le(23, 4) + Le(0, 4), false, "Hallo|<null>"},
-        {HEAD + Le(1, 4) + Le(23, 4) + Le(25, 4) + Le(0xFFFFFFF0, 4) + Le(2, 2) + "a", false,
-         "Hallo|<null>"},
+        {Head(1, INT_MAX + 1u, 23, 0) + Le(1, 2), false, "Hallo|<null>"},
+        {Head(0xFFFFFFFF, 23, 23, 0), false, "Hallo|<null>"},
+        {Head(1, 23, 25, 0xFFFFFFF0) + Le(2, 2) + "a", false, "Hallo|<null>"},
         // A length table cut short discards the old language and fails.
-        {HEAD + Le(1, 4) + Le(5000, 4) + Le(23, 4) + Le(0, 4) + "xx", false, "<null>|String #1"},
-        {HEAD + Le(1000, 4) + Le(23, 4) + Le(25, 4) + Le(1, 4) + Le(1, 2), false,
-         "<null>|String #1"},
+        {Head(1, 5000, 23, 0) + "xx", false, "<null>|String #1"},
+        {Head(1000, 23, 25, 1) + Le(1, 2), false, "<null>|String #1"},
         // A block past or across the end loads; what is missing reads as zeros.
-        {HEAD + Le(1, 4) + Le(23, 4) + Le(9000, 4) + Le(1, 4) + Le(1, 2) + "a", true, "|<null>"},
-        {HEAD + Le(1, 4) + Le(23, 4) + Le(INT_MAX + 1u, 4) + Le(1, 4) + Le(1, 2), true, "|<null>"},
-        {HEAD + Le(2, 4) + Le(23, 4) + Le(27, 4) + Le(100, 4) + Le(3, 2) + Le(2, 2) + "ab",
-         true, "ab|"},
-        {HEAD + Le(2, 4) + Le(23, 4) + Le(27, 4) + Le(60u << 20, 4) + Le(3, 2) + Le(2, 2) +
-             std::string("ab\0c", 4),
-         true, "ab|c"},
+        {Head(1, 23, 9000, 1) + Le(1, 2) + "a", true, "|<null>"},
+        {Head(1, 23, INT_MAX + 1u, 1) + Le(1, 2), true, "|<null>"},
+        {Head(2, 23, 27, 100) + Le(3, 2) + Le(2, 2) + "ab", true, "ab|"},
+        {Head(2, 23, 27, 60u << 20) + Le(3, 2) + Le(2, 2) + std::string("ab\0c", 4), true, "ab|c"},
         // Lengths 3, 9 and 4 over a 4-byte block without a final terminator.
-        {HEAD + Le(3, 4) + Le(23, 4) + Le(29, 4) + Le(4, 4) + Le(3, 2) + Le(9, 2) + Le(4, 2) +
-             std::string("ab\0c", 4),
-         true, "ab|c"},
+        {Head(3, 23, 29, 4) + Le(3, 2) + Le(9, 2) + Le(4, 2) + std::string("ab\0c", 4), true,
+         "ab|c"},
     };
     for (const auto& c : cases) {
         ASSERT_TRUE(LoadBytes(GERMAN));

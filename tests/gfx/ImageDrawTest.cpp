@@ -1,10 +1,11 @@
-// Lines and spans against references that apply the pixel rules one point at a time.
+// Lines, spans, circles and disks against references that apply the pixel rules point by point.
 #include <qzm/gfx/Image.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -51,6 +52,38 @@ void ReferenceLine(QZMImage& img, int x1, int y1, int x2, int y2, unsigned color
             minor += minorStep;
             e -= M;
         }
+    }
+}
+
+// The midpoint walk over every column (spans cut to the image only to bound the time): the
+// fast versions walk only the columns that can reach the clipping rectangle.
+void ReferenceCircle(QZMImage& img, int cx, int cy, int r, bool disk, Mode mode) {
+    auto put = [&](int64_t x, int64_t y) { Plot(img, x, y, 1, mode); };
+    auto span = [&](int64_t x, int64_t y, int64_t n) {
+        for (int64_t i = std::max<int64_t>(x, 0); i < std::min<int64_t>(x + n, kWidth); ++i)
+            put(i, y);
+    };
+    for (int64_t x = 0, y = r, d = 1 - int64_t(r), dE = 3, dSE = 5 - 2 * int64_t(r); x <= y; ++x) {
+        if (disk) {
+            span(cx - y, cy - x, 2 * y);
+            if (x) span(cx - y, cy + x, 2 * y);
+        } else {
+            for (int sa : {1, -1})
+                for (int sb : {1, -1}) {
+                    if ((sa < 0 && !x) || (sb < 0 && !y)) continue;
+                    put(cx + sa * x, cy + sb * y);
+                    if (x != y) put(cx + sb * y, cy + sa * x);
+                }
+        }
+        if (d < 0) {
+            d += dE, dE += 2, dSE += 2;
+            continue;
+        }
+        if (disk && x != y) {
+            span(cx - x, cy - y, 2 * x);
+            if (y) span(cx - x, cy + y, 2 * x);
+        }
+        d += dSE, dE += 2, dSE += 4, --y;
     }
 }
 
@@ -125,8 +158,8 @@ TEST(ImageDrawTest, LinesMatchTheWalkAtEveryDepthModeAndClip) {
             }
 }
 
-// HLine and Rectangle against single points, and Disk at 24 bits against the same disk at 32
-// bits (whose fill is a plain word fill): spans of every length and phase of the 24-bit pattern.
+// HLine and Rectangle against single points: spans of every length and phase of the 24-bit
+// pattern (disks fill through the same spans).
 TEST(ImageDrawTest, SpansMatchSinglePoints) {
     std::mt19937 rng(7);
     for (unsigned bpp : kDepths)
@@ -150,21 +183,24 @@ TEST(ImageDrawTest, SpansMatchSinglePoints) {
             ASSERT_TRUE(c.Same()) << "bpp " << bpp << " at " << x << "," << y << " size " << w
                                   << "x" << h << " mode " << mode;
         }
-    for (int n = 0; n < 200; ++n) {
-        int cx = int(rng() % 60) - 10, cy = int(rng() % 40) - 10, r = int(rng() % 30);
-        Mode mode = Mode(rng() % 2);
-        unsigned color = 0x010101u | rng();
-        QZMImage deep(kWidth, kHeight, 32), rgb(kWidth, kHeight, 24);
-        deep.Rectangle(0, 0, kWidth, kHeight, 0);
-        rgb.Rectangle(0, 0, kWidth, kHeight, 0);
-        deep.Disk(cx, cy, r, color, mode);
-        rgb.Disk(cx, cy, r, color, mode);
-        for (unsigned i = 0; i < kWidth * kHeight; ++i) {
-            bool covered = deep.pixels[4 * i] != 0;
-            uint32_t value = mode ? 0xFFFFFFu : color & 0xFFFFFFu;
-            const uint8_t* p = rgb.pixels + 3 * i;
-            uint32_t got = p[0] | p[1] << 8 | p[2] << 16;
-            ASSERT_EQ(got, covered ? value : 0u) << "disk " << cx << "," << cy << " r " << r;
+}
+
+// Xor mode shows a column walked twice or missed.
+TEST(ImageDrawTest, CirclesAndDisksMatchTheWholeWalk) {
+    std::mt19937 rng(7);
+    for (int n = 0; n < 300; ++n) {
+        int r = int(rng() % 3 ? rng() % 60 : rng() % 40000), angle = int(rng() % 360);
+        int cx = int(kWidth / 2 + r * std::cos(angle) + int(rng() % 9) - 4);
+        int cy = int(kHeight / 2 + r * std::sin(angle) + int(rng() % 9) - 4);
+        for (bool disk : {false, true}) {
+            Canvases c(8, rng);
+            if (disk)
+                c.fast.Disk(cx, cy, r, 1, QZMImage::DRAW_XOR);
+            else
+                c.fast.Circle(cx, cy, r, 1, QZMImage::DRAW_XOR);
+            ReferenceCircle(c.slow, cx, cy, r, disk, QZMImage::DRAW_XOR);
+            ASSERT_TRUE(c.Same()) << (disk ? "disk" : "circle") << " at " << cx << "," << cy
+                                  << " r " << r;
         }
     }
 }

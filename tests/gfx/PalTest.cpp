@@ -67,7 +67,7 @@ TEST(PalTest, SavesEveryFormatByteForByteAndLoadsItBack) {
     EXPECT_EQ(qzmtest::ReadFile(dir.file("bad")), "");
 }
 
-TEST(PalTest, DetectsFormats) {
+TEST(PalTest, DetectsFormatsAndLoadsTextAndRawFiles) {
     qzmtest::TempDir dir;
     const std::pair<std::string, int> cases[] = {{"QZMP", 1}, {"GIMP Palette\n", 2},
         {"JASC-PAL\n", 3}, {std::string(768, 'x'), 4}, {std::string(769, 'x'), 0}, {"", 0}};
@@ -78,13 +78,10 @@ TEST(PalTest, DetectsFormats) {
     }
     QZMPal pal(0u);
     EXPECT_FALSE(pal.LoadName(dir.file("p").c_str(), 0)); // empty file: tried as native
-}
 
-TEST(PalTest, LoadsTextAndRawFiles) {
-    qzmtest::TempDir dir;
     std::string gimp = "GIMP Palette\n#a\n#b\n1 2 3\nName: x\n";
     for (int i = 0; i < 300; ++i) gimp += "9 9 9\n";
-    QZMPal pal(dir.write("g", gimp).c_str(), 0);
+    ASSERT_TRUE(pal.LoadName(dir.write("g", gimp).c_str(), 0));
     ASSERT_EQ(pal.size, 256u);
     EXPECT_EQ(pal.entries[1].r, 1); // the unparsed name line repeats the previous colour
     EXPECT_EQ(pal.entries[2].r, 9);

@@ -40,7 +40,7 @@ TEST_F(FileTest, OpenModesAndTheirMessages) {
     EXPECT_EQ(ReadFile(missing), "c");
 }
 
-TEST_F(FileTest, GetLineIntoBufferCountsCharactersPlusOne) {
+TEST_F(FileTest, GetLineCountsCharactersPlusOneOrBytesConsumed) {
     WriteFile(path, "ab\r\ncdef\ng");
     QZMFile f(path.c_str(), QZMResFile::READ);
     char buf[80];
@@ -54,12 +54,11 @@ TEST_F(FileTest, GetLineIntoBufferCountsCharactersPlusOne) {
         EXPECT_STREQ(buf, part);
     }
     EXPECT_EQ(f.GetLine(buf, 3), 0u);
-}
 
-TEST_F(FileTest, GetLineIntoStringCountsBytesConsumed) {
+    // Into a string, the count is of the bytes consumed.
     std::string longLine(1000, 'x');
     WriteFile(path, "ab\r\n" + longLine + "\n" + std::string("z\0y", 3));
-    QZMFile f(path.c_str(), QZMResFile::READ);
+    ASSERT_TRUE(f.Open(path.c_str(), QZMResFile::READ));
     QZMString line("old");
     EXPECT_EQ(f.GetLine(line), 4u);
     EXPECT_STREQ(line.data, "ab");

@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <gtest/gtest.h>
@@ -114,6 +115,18 @@ template <class Save> std::string Saved(Save save, QZMImage& image) {
         ok = save(f, image);
     }
     return ok ? ReadFile(dir.file("out")) : std::string();
+}
+
+/// One character per pixel, a row per line: ink[value], or its last character for the values
+/// beyond it.
+inline std::string Art(const QZMImage& img, const std::string& ink = ".#") {
+    std::string art;
+    for (unsigned y = 0; y < img.height; ++y) {
+        for (unsigned x = 0; x < img.width; ++x)
+            art += ink[std::min<size_t>(img.GetPixel(int(x), int(y)), ink.size() - 1)];
+        art += '\n';
+    }
+    return art;
 }
 
 inline std::string Fixture(const char* name) {
