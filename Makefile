@@ -5,6 +5,8 @@ TSAN_BUILD ?= build-tsan
 BENCH_TYPE ?= Release
 BENCH_BUILD ?= build-bench-$(BENCH_TYPE)
 FUZZ_BUILD ?= build-fuzz
+I386_BUILD ?= build-i386
+I386_ROOT = $(abspath $(I386_BUILD))/sysroot
 FUZZ_SECONDS ?= 30
 FUZZ_JOBS ?= 2
 SDL12_COMPAT = $(abspath $(BUILD))/sdl12-compat
@@ -12,7 +14,8 @@ PREFIX   ?= /usr/local
 JOBS     ?= $(shell nproc)
 CTEST    = ctest --output-on-failure -j$(JOBS)
 
-.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan bench fuzz docs install clean
+.PHONY: all deps build demo test test-sdl12-compat test-sanitize test-tsan test-i386 bench fuzz docs \
+	install clean
 
 all: build
 
@@ -20,6 +23,7 @@ all: build
 DEPS ?= 1
 DEPS_FOR = demo
 test test-sdl12-compat test-sanitize test-tsan: DEPS_FOR = test
+test-i386: DEPS_FOR = test-i386
 fuzz: DEPS_FOR = fuzz
 bench: DEPS_FOR = bench
 docs: DEPS_FOR = docs
@@ -57,6 +61,19 @@ test-tsan: deps
 	cmake --build $(TSAN_BUILD) --target qzm_mixer_tests -j$(JOBS)
 	cd $(TSAN_BUILD) && TSAN_OPTIONS=halt_on_error=1 $(CTEST) -R '^Mixer'
 
+# The tests again on 32-bit x86 (examples left out), against i386 libraries unpacked into the
+# build tree. The 32-bit programs find those libraries, and Mesa its 32-bit driver, through the
+# environment; Xvfb keeps loading the machine's own driver.
+I386_ENV = LD_LIBRARY_PATH=$(I386_ROOT)/root/usr/lib/i386-linux-gnu:$(I386_ROOT)/root/lib/i386-linux-gnu:$(I386_ROOT)/root/usr/lib/i386-linux-gnu/pulseaudio \
+	LIBGL_DRIVERS_PATH=/usr/lib/$(shell gcc -print-multiarch)/dri:$(I386_ROOT)/root/usr/lib/i386-linux-gnu/dri
+test-i386: deps
+	sh scripts/i386-sysroot.sh $(I386_ROOT)
+	sh scripts/i386-binfmt.sh
+	QZM_I386_ROOT=$(I386_ROOT) cmake -S . -B $(I386_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DCMAKE_TOOLCHAIN_FILE=$(abspath cmake/i386-toolchain.cmake) -DQZM_BUILD_EXAMPLES=OFF
+	$(I386_ENV) cmake --build $(I386_BUILD) -j$(JOBS)
+	cd $(I386_BUILD) && $(I386_ENV) $(CTEST)
+
 bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=$(BENCH_TYPE) -DQZM_BUILD_BENCH=ON \
 		-DQZM_BUILD_TESTS=OFF -DQZM_BUILD_EXAMPLES=OFF
@@ -84,4 +101,4 @@ install:
 	@if [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) build-bench-* $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(TSAN_BUILD) build-bench-* $(FUZZ_BUILD) $(I386_BUILD)

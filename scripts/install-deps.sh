@@ -1,11 +1,13 @@
 #!/bin/sh
 # Installs the Debian packages that a make target needs, when any is missing.
-# Usage: install-deps.sh [demo|test|fuzz|bench|docs]   (default demo)
+# Usage: install-deps.sh [demo|test|test-i386|fuzz|bench|docs]   (default demo)
 #   demo   building the library, its tools, the demo and the game, whose fonts qzmfont makes
 #          from the DejaVu fonts
 #   test   adds GoogleTest, Xvfb, Mesa's software OpenGL driver, which the OpenGL tests draw
 #          with (named itself: recommends are not installed); the sanitizer and
 #          ThreadSanitizer builds need no more
+#   test-i386  adds GoogleTest's sources, Xvfb, the 32-bit compilers and qemu-i386, which runs
+#          the 32-bit tests where the kernel cannot (the 32-bit libraries are unpacked apart)
 #   fuzz   adds clang and its sanitizer runtimes
 #   bench  adds Google Benchmark and the peer libraries the benchmarks compare against
 #   docs   Doxygen alone: the reference is made from the headers, nothing is built
@@ -18,11 +20,13 @@ packages="build-essential cmake pkg-config libsdl1.2-dev libvorbis-dev libgl-dev
 case "${1:-demo}" in
     demo) ;;
     test) packages="$packages libgtest-dev xvfb libgl1-mesa-dri libglx-mesa0" ;;
+    test-i386) packages="$packages libgtest-dev xvfb libgl1-mesa-dri libglx-mesa0 g++-multilib
+                         qemu-user" ;;
     fuzz) packages="$packages clang libclang-rt-14-dev" ;;
     bench) packages="$packages libbenchmark-dev libsdl-image1.2-dev libsdl-gfx1.2-dev
                      libsdl-mixer1.2-dev libsndfile1-dev libphysfs-dev" ;;
     docs) packages="doxygen" ;;
-    *) echo "install-deps: unknown target $1 (demo, test, fuzz, bench, docs)" >&2; exit 2 ;;
+    *) echo "install-deps: unknown target $1 (demo, test, test-i386, fuzz, bench, docs)" >&2; exit 2 ;;
 esac
 
 cannot() {

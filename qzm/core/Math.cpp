@@ -14,15 +14,26 @@ bool Equald(double a, double b, double eps) {
     return -eps < d && d < eps;
 }
 
+namespace {
+
+// v rounded to a float, also where the FPU keeps intermediate results in extended precision
+// (x87): there a step of 360 could move a value that as a float it no longer moves.
+float AsFloat(float v) {
+    volatile float stored = v;
+    return stored;
+}
+
+} // namespace
+
 float Angle2PI(float a) {
     // Where 360 is under half a float step the loops would never move; the remainder is exact there.
-    if (std::isinf(a) || (a < 0 && static_cast<float>(a + 360.0f) == a) ||
-        (a > 360 && static_cast<float>(a - 360.0f) == a)) {
+    if (std::isinf(a) || (a < 0 && AsFloat(a + 360.0f) == a) ||
+        (a > 360 && AsFloat(a - 360.0f) == a)) {
         float r = std::fmod(a, 360.0f);
         return r < 0 ? r + 360.0f : r;
     }
-    while (a < 0) a += 360.0f;
-    while (a > 360) a -= 360.0f;
+    while (a < 0) a = AsFloat(a + 360.0f);
+    while (a > 360) a = AsFloat(a - 360.0f);
     return a;
 }
 

@@ -1,0 +1,20 @@
+# 32-bit x86 with g++-multilib against the libraries that scripts/i386-sysroot.sh unpacked into
+# $QZM_I386_ROOT/root (GoogleTest in $QZM_I386_ROOT/gtest).
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
+set(root $ENV{QZM_I386_ROOT}/root)
+set(libs ${root}/usr/lib/i386-linux-gnu)
+set(CMAKE_C_FLAGS_INIT -m32)
+set(CMAKE_CXX_FLAGS_INIT -m32)
+# The sysroot's libraries find their own dependencies there at link time.
+set(link "-m32 -L${libs} -Wl,-rpath-link,${libs}:${root}/lib/i386-linux-gnu:${libs}/pulseaudio")
+set(CMAKE_EXE_LINKER_FLAGS_INIT ${link})
+set(CMAKE_SHARED_LINKER_FLAGS_INIT ${link})
+set(CMAKE_FIND_ROOT_PATH ${root} $ENV{QZM_I386_ROOT}/gtest)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE BOTH)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${libs}/pkgconfig:${root}/usr/share/pkgconfig)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${root})
